@@ -1,0 +1,81 @@
+#pragma once
+
+#include "app/follower_pipes.h"
+#include "app/status_publisher.h"
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusUnixFileDescriptor>
+#include <QObject>
+#include <QVariantMap>
+
+#include <functional>
+#include <optional>
+
+namespace merlode {
+
+class PlayerController;
+
+/// A refused command: the name of a D-Bus error and a message for people.
+struct ControlError {
+    QString name;
+    QString message;
+};
+
+/// What the service asks of the program around it.
+struct ControlActions {
+    std::function<QList<QVariantMap>()> players;
+    /// Puts a program into a role; the reason where that cannot be done.
+    std::function<std::optional<ControlError>(const QString& role, const QString& program)> usePlayer;
+    /// Runs the checks in the background and calls back on the main thread.
+    std::function<void(std::function<void(QList<QVariantMap>)> done)> doctor;
+    std::function<void()> reopen;
+    std::function<void()> quit;
+};
+
+/// The program on the session bus, as `base/control_interface.h` tells. Calls are carried out through the run
+/// loop and answered afterwards, so that a modal alert holds them up like everything else. Main thread.
+class ControlService final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "co.vantry.Merlode1")
+  public:
+    ControlService(Session& session, StatusPublisher& publisher, ControlActions actions);
+
+    /// Puts the object on the bus; the service name is the caller's business.
+    bool registerOn(QDBusConnection bus);
+
+  public Q_SLOTS:
+    // Called by D-Bus; their names and types are the interface.
+    QVariantMap Status();
+    QDBusUnixFileDescriptor Follow();
+    void PlayPause();
+    void Play();
+    void Pause();
+    void Next();
+    void Previous();
+    void Seek(double seconds);
+    void SeekBy(double seconds);
+    void SetVolume(int volume);
+    void ChangeVolume(int difference);
+    void ToggleMute();
+    QList<QVariantMap> Players();
+    void UsePlayer(const QString& role, const QString& program);
+    QList<QVariantMap> Doctor();
+    void Reopen();
+    void Quit();
+
+  private:
+    using Outcome = std::optional<ControlError>;
+
+    /// Runs `work` on the run loop, then answers the current call with what it gives.
+    void answer(std::function<QVariant()> work);
+    /// The same for a command, which is refused without an active player.
+    void command(std::function<Outcome(PlayerController&)> work);
+
+    Session& session_;
+    StatusPublisher& publisher_;
+    ControlActions actions_;
+    FollowerPipes followers_;
+};
+
+} // namespace merlode

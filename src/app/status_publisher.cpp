@@ -1,0 +1,59 @@
+#include "app/status_publisher.h"
+
+#include "base/control_interface.h"
+#include "base/notification_names.h"
+
+#include <cmath>
+
+namespace merlode {
+
+namespace {
+
+QVariantMap withoutPosition(QVariantMap status) {
+    status.remove(QString::fromLatin1(control::status::kPosition));
+    return status;
+}
+
+double positionIn(const QVariantMap& status) {
+    return status.value(QString::fromLatin1(control::status::kPosition)).toDouble();
+}
+
+bool plays(const QVariantMap& status) {
+    return status.value(QString::fromLatin1(control::status::kState)) == QVariant(QStringLiteral("playing"));
+}
+
+} // namespace
+
+StatusPublisher::StatusPublisher(Session& session, std::function<QVariantMap()> read)
+    : session_(session), read_(std::move(read)) {
+    for (const auto name : {notifications::kNewTrackInfoAvailable, notifications::kNewPlayStateAvailable,
+                            notifications::kNewVolumeInfoAvailable, notifications::kTrackPositionUpdated})
+        observations_.push_back(
+            session_.notificationCenter().addObserver(name, [this](const auto&) { schedule(); }));
+}
+
+void StatusPublisher::schedule() {
+    // One intake posts several notifications: all of them are told together, at the end of this very pass.
+    if (!scheduled_)
+        scheduled_ = session_.runLoop().after(0, [this] { publish(); });
+}
+
+void StatusPublisher::publish() {
+    scheduled_.reset();
+    for (const auto& listener : batchListeners_)
+        listener();
+    const QVariantMap status = read_();
+    if (published_ && withoutPosition(*published_) == withoutPosition(status) && !positionJumped(status))
+        return;
+    published_ = status;
+    publishedAt_ = session_.runLoop().uptime();
+    for (const auto& listener : listeners_)
+        listener(status);
+}
+
+bool StatusPublisher::positionJumped(const QVariantMap& status) const {
+    const double ran = plays(*published_) ? session_.runLoop().uptime() - publishedAt_ : 0;
+    return std::abs(positionIn(*published_) + ran - positionIn(status)) > kPositionJump;
+}
+
+} // namespace merlode

@@ -1,0 +1,239 @@
+#pragma once
+
+#include "base/image.h"
+#include "base/notification_center.h"
+#include "base/observed.h"
+#include "base/run_loop.h"
+#include "model/item_source_type.h"
+#include "players/music_player.h"
+
+#include <QVariantMap>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace merlode {
+
+class Alerts;
+class Album;
+class ApplicationDelegate;
+class iTunesPlayer;
+class MusicItem;
+class PandoraLink;
+class PlayReports;
+class RdioPlayer;
+class RemoteLink;
+class RemotePlayer;
+class SearchLink;
+class Session;
+class SpotifyPlayer;
+class Track;
+class UserDefaults;
+class Workspace;
+
+/// What to play once a player that is being started is up.
+struct PendingMusicItem {
+    std::shared_ptr<MusicItem> item;
+    MusicItemSourceType source = MusicItemSourceType::iTunes;
+    std::optional<QString> remoteAddress; ///< of the client that asked, if one did
+    std::optional<QString> clientName;
+};
+
+/// Owns the role of the active player: decides who has it, listens to what the players announce, mirrors the
+/// active one into its own fields and publishes each change through notifications and, for the clients of this
+/// machine, through `RemoteLink`. Every command of the interface is one call here. Main thread.
+class PlayerController {
+  public:
+    /// The controller of the current session, made on first use. Making it picks the first active player and
+    /// starts to listen. The session must have an `ApplicationDelegate` by then.
+    static PlayerController& sharedController();
+
+    PlayerController();
+    ~PlayerController();
+    PlayerController(const PlayerController&) = delete;
+    PlayerController& operator=(const PlayerController&) = delete;
+
+    // Constants.
+    const int kDefaultPlayerVolume = 50;                 ///< volume used when nothing else is known
+    const int kHotkeyVolumeIncreaseDecreaseValue = 1;    ///< step of the volume hotkeys
+    const int kMinPositionOverlay = 3;                   ///< seconds of disagreement that force a correction
+    const double kPandoraPollInterval = 1.0;             ///< seconds
+    const double kPlayerPositionBroadcastInterval = 5.0; ///< seconds
+    const double kPlayerPositionUpdateInterval = 0.5;    ///< seconds
+    const double kForceSyncTime = 1.0;                   ///< seconds from a play/pause to its read-back
+    const QString kPlayerNotRunningAlertTitle = QStringLiteral(" is not running");
+    const QString kPlayerNotRunningAlertMessage =
+        QStringLiteral(" is starting up. This may take a few moments.");
+    const QString kPlayerNotInstalledAlertTitle = QStringLiteral(" is not installed");
+    const QString kPlayerNotInstalledAlertMessage = QStringLiteral("Please install ");
+
+    // The mirror. Plain reads; the writes are this class's own business but where a setter is offered.
+    const std::shared_ptr<MusicPlayer>& activePlayer() const { return activePlayer_.get(); }
+    const std::shared_ptr<Track>& currentTrack() const { return currentTrack_.get(); }
+    /// 0 playing, 1 anything else.
+    std::uint32_t currentPlayState() const { return currentPlayState_.get(); }
+    /// Never empty: the placeholder where there is no art.
+    const Image& currentAlbumArt() const { return currentAlbumArt_.get(); }
+
+    std::shared_ptr<RemotePlayer> remotePlayer; ///< held while this instance is a client
+    std::optional<MusicPlayerType> lastActivePlayerType; ///< last player of this machine that was active
+    std::optional<PendingMusicItem> pendingMusicItemAndPlayer;
+    std::optional<QString> remoteClientName; ///< on whose behalf an item is being played
+    std::optional<QString> pandoraStationName;
+    int pandoraThumb = 0; ///< last known thumb of the Pandora track: 0 none, 1 down, 2 up
+    bool muted = false;
+    int oldVolume = 0; ///< volume to return to on unmute
+    int currentVolume = kDefaultPlayerVolume;
+    TrackPositionDisplayType trackPositionDisplayType = TrackPositionDisplayType::Ellapsed;
+    double currentPlayerPosition = 0; ///< seconds
+    double currentTrackDuration = 0;  ///< seconds
+    std::shared_ptr<Album> currentAlbum;
+
+    /// Puts a player in charge, or nobody with null; also for the player that is in charge already.
+    void setActivePlayer(std::shared_ptr<MusicPlayer> player) { activePlayer_.set(std::move(player)); }
+
+    // Commands. Without an active player they do nothing.
+
+    /// Shows the opposite state at once and reads the true one back a second later. With `delayed` the state is
+    /// only published again after a second, for players that take their time.
+    void playPause(bool delayed = false);
+    void nextTrack();
+    void previousTrack();
+    /// Whole seconds from the start of the track.
+    void setPlayerPosition(int seconds);
+    /// Sets the volume, 0 to 100 (other values are brought into that range), and keeps the player's own
+    /// read-back away for three seconds.
+    void setVolume(int volume);
+    void increaseVolume();
+    void decreaseVolume();
+    /// With a volume other than 0 mutes and remembers it; with 0 returns to the remembered volume.
+    void toggleMute(int volume);
+    void toggleMuteHotkey();
+    /// The last step of playing an item: hands it to the active player and remembers who asked.
+    void playTrack(const Track& track, const std::optional<QString>& clientName);
+    void playAlbum(const Album& album, const std::optional<QString>& clientName);
+
+    // Who is in charge.
+
+    /// Adapters of the three applications: present only while the application is installed and runs. Each read
+    /// makes a new one.
+    std::shared_ptr<iTunesPlayer> itunesPlayer() const;
+    std::shared_ptr<SpotifyPlayer> spotifyPlayer() const;
+    std::shared_ptr<RdioPlayer> rdioPlayer() const;
+    /// Present while the login is ready; always the same one.
+    std::shared_ptr<MusicPlayer> pandoraPlayer();
+    /// The services that can be used: by the settings or, on a client, as the server told. Never Pandora.
+    ItemSourceType availableSources() const;
+    /// Picks the first active player: one that plays, else the last active kind, else any that runs.
+    void setupMusicPlayers();
+    /// Gives a player the role and pauses the others. Null, and a player of the kind that has the role already,
+    /// change nothing.
+    void switchToPlayer(const std::shared_ptr<MusicPlayer>& player);
+
+    // Looking at the active player anew, and telling everybody.
+
+    void updateAll();
+    void updateTrackInfo();
+    /// With `known` the stored play state is right already and only published.
+    void updatePlayState(bool known);
+    void updateVolume();
+    /// Fetches the art of the track after the time its player needs, unless that album's art is shown already.
+    /// `secondAttempt` marks the one repetition for Pandora.
+    void updateAlbumArt(bool secondAttempt);
+    /// Art that a search has found; dropped when the track has been left or has art by now.
+    void replaceAlbumArt(const Image& image, const QString& trackName, const QString& artistName,
+                         const QString& albumName);
+    /// The complete picture, queued, for every client.
+    void broadcastAllStates();
+    /// Reads the volume of the active player and takes a difference over.
+    void checkActivePlayerVolume();
+    /// Notices that the active player's process has gone.
+    void checkProcessID();
+    /// Stops every timer, for good; called when the program ends.
+    void killAllTimers();
+
+    // The intake of announcements.
+
+    void iTunesStateChanged(const Notification& notification);
+    void spotifyStateChanged(const Notification& notification);
+    /// Subscribed to nothing: that player announces nothing.
+    void rdioStateChanged(const Notification& notification);
+    void applicationBecameActive(const Notification& notification);
+    void launchedApp(const Notification& notification);
+
+  private:
+    enum class Intake { iTunes, Spotify, Rdio };
+
+    void registerForNotifications();
+    void stateChanged(Intake source, const Notification& notification);
+    std::shared_ptr<MusicPlayer> adapterOf(MusicPlayerType type);
+    void applyPendingItem(const std::shared_ptr<MusicPlayer>& player);
+    bool activeIs(MusicPlayerType type) const;
+
+    bool adoptPlayingPlayer();
+    bool adoptLastActivePlayer();
+    bool adoptRunningPlayer();
+    void activePlayerWasSet(const std::shared_ptr<MusicPlayer>& oldValue);
+    void becameActive(MusicPlayer& player);
+    void nobodyIsActive();
+    void showPlaceholderArt();
+    void clearPandora();
+    void startVolumePolling();
+    void stopVolumePolling();
+    void startProcessIDPolling();
+    void stopProcessIDPolling();
+    void checkPandoraState();
+
+    void currentTrackWillBeSet(const std::shared_ptr<Track>& track);
+    void setCurrentTrack(std::shared_ptr<Track> track);
+    void clearCurrentTrackData();
+    void updateStatusItemString(const Track& track);
+    void postPlayingNotification(const Track& track);
+    void fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAttempt);
+    void broadcastAlbumArt();
+    void broadcastVolume();
+    void broadcastPlayState();
+    void forceSyncState();
+    QVariantMap trackMessage(const Track& track) const;
+    QVariantMap emptyTrackMessage() const;
+    void addPosition(QVariantMap& message) const;
+    void addAvailability(QVariantMap& message) const;
+
+    /// Work for later that ends quietly when the controller has gone.
+    void async(std::function<void()> work);
+    void after(double seconds, std::function<void()> work);
+    void post(NotificationName name, const QVariantMap& userInfo = {});
+
+    Session& session_;
+    ApplicationDelegate& appDelegate_;
+    UserDefaults& defaults_;
+    Workspace& workspace_;
+    RemoteLink& remoteLink_;
+    SearchLink& search_;
+    PlayReports& reports_;
+    PandoraLink& pandora_;
+
+    Observed<std::shared_ptr<MusicPlayer>> activePlayer_;
+    Observed<std::shared_ptr<Track>> currentTrack_;
+    Observed<std::uint32_t> currentPlayState_{kPlayStateNotPlaying};
+    Observed<Image> currentAlbumArt_;
+    std::shared_ptr<MusicPlayer> pandoraPlayer_;
+    struct {
+        QString albumName;
+        QString artistName;
+    } currentAlbumArtDetails_; ///< what `currentAlbumArt` belongs to
+
+    Timer volumeTimer_;
+    Timer processIDTimer_;
+    Timer pandoraTimer_;
+    Timer playerPositionTimer_;
+    Timer playerPositionBroadcastTimer_;
+    Timer forceSyncTimer_;
+    bool timersKilled_ = false;
+
+    std::vector<Observation> observations_;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); ///< deferred work holds it weakly
+};
+
+} // namespace merlode

@@ -1,0 +1,234 @@
+// The mirror of what plays: the track, its art and the volume.
+
+#include "base/notification_names.h"
+#include "base/session.h"
+#include "model/album.h"
+#include "model/artwork.h"
+#include "model/remote_link.h"
+#include "model/track.h"
+#include "platform/user_defaults.h"
+#include "players/links.h"
+#include "players/local_players.h"
+#include "players/player_controller.h"
+
+#include <QBuffer>
+
+namespace merlode {
+
+namespace {
+
+// Seconds that each player needs until it has the art of a new track ready; nothing for the remote player, whose
+// server sends the art.
+std::optional<double> artDelay(MusicPlayerType type) {
+    switch (type) {
+    case MusicPlayerType::iTunes:
+    case MusicPlayerType::Spotify:
+        return 1.0;
+    case MusicPlayerType::Rdio:
+        return 3.5;
+    case MusicPlayerType::Pandora:
+        return 5.0;
+    case MusicPlayerType::Remote:
+        break;
+    }
+    return std::nullopt;
+}
+
+// A player's own read-back must not fight a slider that is being dragged.
+constexpr double kVolumePollPause = 3.0;
+
+// Spotify rounds what it is given: smaller differences are its rounding.
+constexpr int kSpotifyVolumeRounding = 2;
+
+QByteArray tiff(const Image& image) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.pixels().save(&buffer, "TIFF");
+    return bytes;
+}
+
+} // namespace
+
+// The track.
+
+void PlayerController::setCurrentTrack(std::shared_ptr<Track> track) {
+    if (track)
+        currentTrackWillBeSet(track);
+    const bool cleared = !track;
+    currentTrack_.set(std::move(track));
+    if (cleared) {
+        currentAlbumArtDetails_ = {};
+        currentAlbum = nullptr;
+    }
+}
+
+void PlayerController::currentTrackWillBeSet(const std::shared_ptr<Track>& track) {
+    const auto player = activePlayer();
+    if (player && player->type != MusicPlayerType::Remote) {
+        const auto position = player->playerPosition();
+        if (position && player->isPlaying())
+            reports_.reportStartedTrack(*track, *position);
+    }
+    if (currentTrack() && *currentTrack() == *track)
+        return;
+    updateStatusItemString(*track);
+    postPlayingNotification(*track);
+}
+
+void PlayerController::updateStatusItemString(const Track& track) {
+    const bool complete = !track.artistName().isEmpty() && !track.name().isEmpty();
+    appDelegate_.updateStatusItemText(complete ? track.artistName() + QStringLiteral(" - ") + track.name()
+                                               : QString());
+}
+
+void PlayerController::postPlayingNotification(const Track& track) {
+    if (!defaults_.optionalBoolFor(defaults::kPlayingNotifications).value_or(false))
+        return;
+    if (activeIs(MusicPlayerType::Spotify) &&
+        static_cast<SpotifyPlayer&>(*activePlayer()).playsAdvertisement())
+        return;
+    UserNotification notification;
+    notification.userInfo.insert(QStringLiteral("type"), QStringLiteral("Playing Notification"));
+    QStringList lines{track.name(), track.artistName(), track.albumName()};
+    lines.removeAll(QString());
+    if (!lines.isEmpty())
+        notification.title = lines.takeFirst();
+    notification.informativeText = lines.join(u'\n');
+    if (remoteClientName) {
+        const bool own = defaults_.valueFor(defaults::kHostName) == remoteClientName;
+        notification.informativeText +=
+            QStringLiteral("\nPlayed by ") + (own ? QStringLiteral("you") : *remoteClientName);
+    }
+    if (currentAlbumArt() != sSharedAlbumArtworkImage())
+        notification.contentImage = currentAlbumArt();
+    appDelegate_.processUserNotification(notification);
+}
+
+void PlayerController::clearCurrentTrackData() {
+    setCurrentTrack(nullptr);
+    currentPlayState_.set(kPlayStateNotPlaying);
+    currentVolume = kDefaultPlayerVolume;
+    muted = false;
+    updateAll();
+    appDelegate_.updateStatusItemText(QString());
+    post(notifications::kUpdateStatusItemFrame);
+}
+
+// The art.
+
+void PlayerController::updateAlbumArt(bool secondAttempt) {
+    const auto track = currentTrack();
+    if (!track || (track->albumName() == currentAlbumArtDetails_.albumName &&
+                   track->artistName() == currentAlbumArtDetails_.artistName))
+        return;
+    showPlaceholderArt();
+    currentAlbumArtDetails_ = {track->albumName(), track->artistName()};
+    const auto player = activePlayer();
+    const auto delay = player ? artDelay(player->type) : std::nullopt;
+    if (delay)
+        after(*delay, [this, type = player->type, secondAttempt] { fetchAlbumArt(type, secondAttempt); });
+}
+
+void PlayerController::fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAttempt) {
+    // Whatever plays by now is what the art is wanted of.
+    if (const auto image = activePlayer() ? activePlayer()->getAlbumArt() : std::nullopt)
+        return currentAlbumArt_.set(*image);
+    if (chosenPlayer == MusicPlayerType::Spotify) {
+        const auto player = spotifyPlayer();
+        if (const auto url = player ? player->spotifyUrl() : std::nullopt)
+            return search_.findSpotifyAlbumArt(*url);
+    }
+    if (chosenPlayer == MusicPlayerType::Pandora && !secondAttempt)
+        return updateAlbumArt(true);
+    if (currentTrack())
+        search_.findiTunesAlbumArt(currentTrack());
+}
+
+void PlayerController::replaceAlbumArt(const Image& image, const QString&, const QString&,
+                                       const QString& albumName) {
+    if (!currentTrack() || currentTrack()->albumName() != albumName ||
+        currentAlbumArt() != sSharedAlbumArtworkImage())
+        return;
+    currentAlbumArt_.set(image);
+}
+
+void PlayerController::broadcastAlbumArt() {
+    if (!remoteLink_.hasClients())
+        return; // a picture takes milliseconds to write, for nobody
+    QVariantMap message;
+    const bool useDefault = currentAlbumArt() == sSharedAlbumArtworkImage();
+    if (!useDefault)
+        message.insert(QStringLiteral("imageData"), tiff(currentAlbumArt()));
+    message.insert(QStringLiteral("useDefault"), useDefault);
+    remoteLink_.broadcastMessage(RemoteAction::albumArtChanged, message);
+}
+
+// The volume.
+
+void PlayerController::setVolume(int volume) {
+    stopVolumePolling();
+    currentVolume = std::clamp(volume, 0, 100);
+    if (currentVolume > 0)
+        muted = false;
+    else if (oldVolume == 0)
+        oldVolume = kDefaultPlayerVolume;
+    if (activePlayer())
+        activePlayer()->setSoundVolume(currentVolume);
+    updateVolume();
+    if (!activeIs(MusicPlayerType::Remote))
+        broadcastVolume();
+    after(kVolumePollPause, [this] {
+        if (!activeIs(MusicPlayerType::Remote))
+            startVolumePolling();
+    });
+}
+
+void PlayerController::updateVolume() {
+    post(notifications::kNewVolumeInfoAvailable, {{QStringLiteral("Volume"), currentVolume}});
+}
+
+void PlayerController::broadcastVolume() {
+    remoteLink_.broadcastMessage(RemoteAction::setVolume, {{QStringLiteral("volume"), currentVolume}});
+}
+
+void PlayerController::increaseVolume() {
+    setVolume(std::min(currentVolume + kHotkeyVolumeIncreaseDecreaseValue, 100));
+}
+
+void PlayerController::decreaseVolume() {
+    setVolume(std::max(currentVolume - kHotkeyVolumeIncreaseDecreaseValue, 0));
+}
+
+void PlayerController::toggleMute(int volume) {
+    if (volume != 0) {
+        oldVolume = volume;
+        currentVolume = 0;
+        muted = true;
+    } else {
+        currentVolume = oldVolume;
+        muted = currentVolume == 0;
+        oldVolume = 0;
+    }
+    setVolume(currentVolume);
+}
+
+void PlayerController::toggleMuteHotkey() {
+    toggleMute(currentVolume);
+    updateVolume();
+}
+
+void PlayerController::checkActivePlayerVolume() {
+    const auto player = activePlayer();
+    if (!player || player->type == MusicPlayerType::Remote)
+        return stopVolumePolling();
+    if (!player->capabilities().canSetVolume)
+        return; // hung, or a player without a volume: there is nothing to agree with
+    const int volume = player->getSoundVolume();
+    const int difference = std::abs(volume - currentVolume);
+    if (difference == 0 || (player->type == MusicPlayerType::Spotify && difference < kSpotifyVolumeRounding))
+        return;
+    setVolume(volume);
+}
+
+} // namespace merlode
