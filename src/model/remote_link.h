@@ -1,0 +1,46 @@
+#pragma once
+
+#include "model/remote_action.h"
+
+#include <QVariantMap>
+#include <optional>
+
+namespace merlode {
+
+/// What player control needs of the link to other machines: to tell clients of changes, and to take the
+/// machine back when its own player starts while it is somebody's client. Main thread.
+class RemoteLink {
+  public:
+    /// Names one connected client for as long as it stays connected; it says nothing about the client.
+    using ClientId = quint64;
+
+    virtual ~RemoteLink() = default;
+
+    /// Whether a connection to a host is being set up.
+    virtual bool connecting() const = 0;
+
+    /// Leaves the host, if there is one, and plays for this machine alone again.
+    virtual void connectToSelf() = 0;
+
+    /// Sends the action to one client, or to all where none is named. Nothing happens without clients, or
+    /// when the named one has gone.
+    virtual void broadcastMessage(RemoteAction action, const QVariantMap& payload,
+                                  std::optional<ClientId> singleClient) = 0;
+
+    /// Sends the action to all clients.
+    void broadcastMessage(RemoteAction action, const QVariantMap& payload) {
+        broadcastMessage(action, payload, std::nullopt);
+    }
+};
+
+/// The link of a program that is connected to nobody.
+class NullRemoteLink final : public RemoteLink {
+  public:
+    using RemoteLink::broadcastMessage;
+
+    bool connecting() const override { return false; }
+    void connectToSelf() override {}
+    void broadcastMessage(RemoteAction, const QVariantMap&, std::optional<ClientId>) override {}
+};
+
+} // namespace merlode
