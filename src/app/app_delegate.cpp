@@ -84,6 +84,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 void AppDelegate::makeSharedControllers() {
     controllers_.makeBackgroundSchemeController();
     controllers_.makeHotkeyManager();
+    controllers_.findPlayers();
     PlayerController::sharedController();
     controllers_.makeRemoteActionController();
     controllers_.makeLastFMController();

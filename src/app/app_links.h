@@ -16,6 +16,8 @@ namespace merlode {
 class ControllersLink {
   public:
     virtual ~ControllersLink() = default;
+    /// Finds the programs behind the players' roles, just before the first look at them.
+    virtual void findPlayers() {}
     virtual void makeBackgroundSchemeController() {}
     virtual void makeHotkeyManager() {}
     virtual void makeRemoteActionController() {}

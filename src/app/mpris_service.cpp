@@ -29,7 +29,7 @@ PlayerCapabilities capabilities() {
 QDBusObjectPath trackPath(const Track* track) {
     if (!track)
         return QDBusObjectPath(QStringLiteral("/org/mpris/MediaPlayer2/TrackList/NoTrack"));
-    const auto digest = QString::number(qHash(track->id() + u'\n' + track->identity()), 16);
+    const auto digest = QString::number(qHash(track->id() + u'\n' + track->identity().text()), 16);
     return QDBusObjectPath(QStringLiteral("/co/vantry/Merlode/track/") + digest);
 }
 

@@ -61,7 +61,7 @@ QString RoleAssignment::desktopName(PlayerRole role) const {
     return defaults_.valueFor(key).value_or(QString());
 }
 
-std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() const {
+std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() {
     const auto addresses = userMpdAddresses(QProcessEnvironment::systemEnvironment());
     LocalRoleFacts facts{defaults_.valueFor(defaults::kLocalPlayerKind).value_or(QString()),
                          desktopName(PlayerRole::Local), false};
@@ -70,7 +70,9 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() const {
         facts.setting.isEmpty())
         running = findRunningMpd(addresses, kMpdLookTime, session_.executor());
     facts.userMpdRuns = running.has_value();
-    switch (chooseLocalPlayer(facts)) {
+    const auto kind = chooseLocalPlayer(facts);
+    localIsPrivate_ = kind == LocalPlayerKind::Private;
+    switch (kind) {
     case LocalPlayerKind::UserMpd:
         return std::make_unique<MpdProgram>(running.value_or(addresses.front()), session_);
     case LocalPlayerKind::Desktop:
@@ -130,6 +132,12 @@ std::optional<ControlError> RoleAssignment::useLocal(const QString& program) {
     }
     roles_.assign(PlayerRole::Local, makeLocal());
     return std::nullopt;
+}
+
+void RoleAssignment::launchPrivateMpd() {
+    auto* local = roles_.program(PlayerRole::Local);
+    if (localIsPrivate_ && local && !local->processIdentifier() && local->installedPath())
+        local->launch();
 }
 
 QStringList RoleAssignment::otherPlayers() const {

@@ -37,11 +37,14 @@ class RoleAssignment {
     /// that makes no sense.
     std::optional<ControlError> use(const QString& role, const QString& program);
 
+    /// Starts the private mpd, where the local role is left to one.
+    void launchPrivateMpd();
+
     /// The MPRIS players on the bus that stand in no role.
     QStringList otherPlayers() const;
 
   private:
-    std::unique_ptr<PlayerProgram> makeLocal() const;
+    std::unique_ptr<PlayerProgram> makeLocal();
     std::unique_ptr<PlayerProgram> makePrivateMpd() const;
     std::unique_ptr<PlayerProgram> makeMpris(const QString& name) const;
     std::optional<ControlError> useLocal(const QString& program);
@@ -53,6 +56,7 @@ class RoleAssignment {
     UserDefaults& defaults_;
     QDBusConnection bus_;
     Options options_;
+    bool localIsPrivate_ = false;
 };
 
 /// The folder whose music the private mpd plays: the setting, else the desktop's music folder.

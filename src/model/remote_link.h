@@ -19,6 +19,9 @@ class RemoteLink {
     /// Whether a connection to a host is being set up.
     virtual bool connecting() const = 0;
 
+    /// Whether anybody would hear a broadcast: for senders whose message is costly to make.
+    virtual bool hasClients() const = 0;
+
     /// Leaves the host, if there is one, and plays for this machine alone again.
     virtual void connectToSelf() = 0;
 
@@ -39,6 +42,7 @@ class NullRemoteLink final : public RemoteLink {
     using RemoteLink::broadcastMessage;
 
     bool connecting() const override { return false; }
+    bool hasClients() const override { return false; }
     void connectToSelf() override {}
     void broadcastMessage(RemoteAction, const QVariantMap&, std::optional<ClientId>) override {}
 };

@@ -17,22 +17,25 @@ std::optional<int> wholeSeconds(std::optional<double> seconds) {
     return static_cast<int>(*seconds);
 }
 
-int orZero(std::optional<double> seconds) { return wholeSeconds(seconds).value_or(0); }
+// The track with all that a player must tell of it, or nothing where one of the texts is missing.
+std::optional<Track::Details> completeDetails(const ScriptedTrack& track, qint64 duration) {
+    if (!track.id || !track.name || !track.album || !track.artist)
+        return std::nullopt;
+    return Track::Details{*track.id, *track.name, *track.album, *track.artist, duration, false, 0};
+}
 
 } // namespace
 
 std::shared_ptr<Track> MusicPlayer::getCurrentTrack() {
-    return Track::UnknownTrack(QString(), QString(), QString(), QString(), 0, false, 0);
+    return Track::UnknownTrack({});
 }
 
 std::shared_ptr<Track> iTunesPlayer::getCurrentTrack() {
     const auto track = app.currentTrack();
     if (!track)
         return nullptr;
-    if (!track->id || !track->name || !track->album || !track->artist)
-        return currentTrack_;
-    return Track::iTunesTrack(*track->id, *track->id, *track->name, *track->album, *track->artist,
-                              orZero(track->duration), false, 0);
+    const auto details = completeDetails(*track, wholeSeconds(track->duration).value_or(0));
+    return details ? Track::iTunesTrack(*details, details->id) : currentTrack_;
 }
 
 std::optional<int> iTunesPlayer::playerPosition() { return wholeSeconds(app.playerPosition()); }
@@ -61,18 +64,16 @@ void iTunesPlayer::trackChanged(const Notification& notification) {
         if (text->typeId() != QMetaType::QString)
             return;
     }
-    auto track = std::make_shared<Track>(ItemSourceType::AppleMusic, QString(), name.toString(),
-                                         album.toString(), artist.toString(), 0, false, 0);
+    auto track = Track::make(ItemSourceType::AppleMusic,
+                             {QString(), name.toString(), album.toString(), artist.toString(), 0, false, 0});
     if (!currentTrack_ || !(*currentTrack_ == *track))
         currentTrack_ = std::move(track);
 }
 
 std::shared_ptr<Track> SpotifyPlayer::getCurrentTrack() {
     const auto track = app.currentTrack();
-    if (!track || !track->id || !track->name || !track->album || !track->artist)
-        return nullptr;
-    return Track::SpotifyTrack(*track->id, *track->id, *track->name, *track->album, *track->artist,
-                               app.trackDuration().value_or(0), false, 0);
+    const auto details = track ? completeDetails(*track, app.trackDuration().value_or(0)) : std::nullopt;
+    return details ? Track::SpotifyTrack(*details, details->id) : nullptr;
 }
 
 std::optional<int> SpotifyPlayer::playerPosition() {
@@ -106,10 +107,9 @@ bool SpotifyPlayer::playsAdvertisement() const {
 
 std::shared_ptr<Track> RdioPlayer::getCurrentTrack() {
     const auto track = app.currentTrack();
-    if (!track || !track->id || !track->name || !track->album || !track->artist)
-        return nullptr;
-    return Track::RdioTrack(*track->id, *track->id, *track->name, *track->album, *track->artist,
-                            orZero(track->duration), false, 0);
+    const auto details =
+        track ? completeDetails(*track, wholeSeconds(track->duration).value_or(0)) : std::nullopt;
+    return details ? Track::RdioTrack(*details, details->id) : nullptr;
 }
 
 std::optional<int> RdioPlayer::playerPosition() { return wholeSeconds(app.playerPosition()); }

@@ -10,7 +10,7 @@ namespace merlode {
 template<class App>
 class ScriptedMusicPlayer : public MusicPlayer {
   public:
-    explicit ScriptedMusicPlayer(MusicPlayerType type) : MusicPlayer(type) { processID = app.processID; }
+    explicit ScriptedMusicPlayer(MusicPlayerType playerType) : MusicPlayer(playerType) { processID = app.processID; }
 
     void playpause() override { app.playpause(); }
     void previousTrack() override { app.previousTrack(); }

@@ -23,7 +23,7 @@ inline constexpr std::uint32_t kPlayStateNotPlaying = 1;
 /// `kPlayerCallTimeout`, and a player that is gone or hung gives nothing.
 class MusicPlayer {
   public:
-    explicit MusicPlayer(MusicPlayerType type) : type(type) {}
+    explicit MusicPlayer(MusicPlayerType playerType) : type(playerType) {}
     virtual ~MusicPlayer() = default;
     MusicPlayer(const MusicPlayer&) = delete;
     MusicPlayer& operator=(const MusicPlayer&) = delete;

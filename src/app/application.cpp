@@ -1,0 +1,205 @@
+#include "app/application.h"
+
+#include "app/app_delegate.h"
+#include "app/app_links.h"
+#include "app/control_service.h"
+#include "app/demo.h"
+#include "app/doctor.h"
+#include "app/mpris_service.h"
+#include "app/role_assignment.h"
+#include "app/status.h"
+#include "app/status_publisher.h"
+#include "base/control_interface.h"
+#include "base/notification_names.h"
+#include "base/qt_run_loop.h"
+#include "base/runtime_folder.h"
+#include "base/session.h"
+#include "model/remote_link.h"
+#include "platform/linux/curl_http_client.h"
+#include "platform/linux/log_alerts.h"
+#include "platform/linux/mpris_names.h"
+#include "platform/linux/player_roles.h"
+#include "platform/linux/plist_user_defaults.h"
+#include "platform/linux/sleep_monitor.h"
+#include "platform/null_user_notification_center.h"
+#include "players/player_controller.h"
+#include "ui/widgets/message_box_alerts.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QLoggingCategory>
+#include <QStandardPaths>
+
+namespace merlode {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
+
+const QString kDoctorQueue = QStringLiteral("co.vantry.Merlode.Doctor");
+
+class Controllers final : public ControllersLink {
+  public:
+    explicit Controllers(std::function<void()> findPlayers) : findPlayers_(std::move(findPlayers)) {}
+    void findPlayers() override { findPlayers_(); }
+
+  private:
+    std::function<void()> findPlayers_;
+};
+
+} // namespace
+
+QString resourceFolder() { return QCoreApplication::applicationDirPath() + QStringLiteral("/../share/merlode"); }
+
+QString configFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/co.vantry.Merlode");
+}
+
+// Destroyed from the last to the first, so that the session outlives all that observes it.
+struct Application::Parts {
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    Session session{std::make_unique<QtRunLoop>(), makeThreadPoolExecutor()};
+    SessionScope scope{&session};
+    PlayerRoles* roles = nullptr;
+    std::unique_ptr<RoleAssignment> assignment;
+    std::unique_ptr<AppDelegate> delegate;
+    std::unique_ptr<SleepMonitor> sleepMonitor;
+    std::unique_ptr<StatusPublisher> publisher;
+    std::unique_ptr<ControlService> control;
+    std::unique_ptr<MprisService> mpris;
+    std::unique_ptr<Demo> demo;
+    Observation launches;
+};
+
+Application::Application(ApplicationOptions options)
+    : options_(std::move(options)), parts_(std::make_unique<Parts>()) {}
+
+Application::~Application() = default;
+
+bool Application::becomeTheInstance() {
+    const QString service = QString::fromLatin1(control::kService);
+    const auto reply =
+        parts_->bus.interface()->registerService(service, QDBusConnectionInterface::DontQueueService);
+    if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
+        return true;
+    auto call = QDBusMessage::createMethodCall(service, QString::fromLatin1(control::kPath),
+                                               QString::fromLatin1(control::kInterface), QStringLiteral("Reopen"));
+    parts_->bus.call(call, QDBus::Block, 2000);
+    return false;
+}
+
+void Application::launch() {
+    installPorts();
+    installLinks();
+    parts_->delegate = std::make_unique<AppDelegate>(parts_->session, options_.resourceFolder);
+    parts_->session.installReference<ApplicationDelegate>(*parts_->delegate);
+    parts_->delegate->applicationDidFinishLaunching();
+    serveBus();
+    keepSomebodyInCharge();
+    if (options_.demo)
+        parts_->demo = std::make_unique<Demo>(parts_->session, options_.demoFolder);
+}
+
+void Application::findPlayers() {
+    if (options_.demo)
+        configureDemo(parts_->session.port<UserDefaults>(), options_.demoFolder);
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString runtime = options_.demo ? options_.demoFolder : runtimeFolder() + QStringLiteral("/merlode");
+    parts_->assignment = std::make_unique<RoleAssignment>(
+        parts_->session, *parts_->roles, parts_->bus,
+        RoleAssignment::Options{options_.demo, data + QStringLiteral("/merlode/mpd"),
+                                runtime + QStringLiteral("/mpd")});
+    parts_->assignment->assignAll();
+    parts_->roles->settle();
+}
+
+void Application::installPorts() {
+    auto& session = parts_->session;
+    if (options_.headless)
+        session.install<Alerts>(std::make_unique<LogAlerts>());
+    else
+        session.install<Alerts>(std::make_unique<MessageBoxAlerts>(session.runLoop()));
+    const auto report = [](const QString& message) { qCWarning(log).noquote() << message; };
+    session.install<UserDefaults>(std::make_unique<PlistUserDefaults>(
+        configFolder() + QStringLiteral("/Preferences.plist"), session.runLoop(), report));
+    session.install<HttpClient>(std::make_unique<CurlHttpClient>());
+    session.install<UserNotificationCenter>(std::make_unique<NullUserNotificationCenter>());
+    parts_->roles = &session.install<PlayerRoles>(std::make_unique<PlayerRoles>(session));
+    session.installReference<Workspace>(*parts_->roles);
+    session.installReference<ScriptedPlayers>(*parts_->roles);
+}
+
+void Application::installLinks() {
+    auto& session = parts_->session;
+    session.install<RemoteLink>(std::make_unique<NullRemoteLink>());
+    session.install<SearchLink>(std::make_unique<NullSearchLink>());
+    session.install<PlayReports>(std::make_unique<NullPlayReports>());
+    session.install<PandoraLink>(std::make_unique<NullPandoraLink>());
+    session.install<ControllersLink>(std::make_unique<Controllers>([this] { findPlayers(); }));
+    session.install<WindowsLink>(std::make_unique<WindowsLink>());
+    session.install<HostsLink>(std::make_unique<NullHostsLink>());
+    session.install<StoreLink>(std::make_unique<StoreLink>());
+}
+
+void Application::serveBus() {
+    auto& parts = *parts_;
+    auto& controller = PlayerController::sharedController();
+    const auto reopen = [&parts] { parts.delegate->applicationShouldHandleReopen(); };
+    const auto quit = [this] { terminate(); };
+    parts.sleepMonitor = std::make_unique<SleepMonitor>(QDBusConnection::systemBus(), parts.session);
+    parts.publisher = std::make_unique<StatusPublisher>(
+        parts.session, [&parts, &controller] { return currentStatus(controller, *parts.roles); });
+    const DoctorFacts facts{configFolder(), options_.resourceFolder,
+                            musicFolder(parts.session.port<UserDefaults>())};
+    ControlActions actions;
+    actions.players = [&parts, &controller] {
+        return playersStatus(controller, *parts.roles, parts.assignment->otherPlayers());
+    };
+    actions.usePlayer = [this, &parts, &controller](const QString& role, const QString& program) {
+        auto error = parts.assignment->use(role, program);
+        if (!error) {
+            controller.checkProcessID();
+            keepSomebodyInCharge();
+        }
+        return error;
+    };
+    actions.doctor = [&parts, facts](std::function<void(QList<QVariantMap>)> done) {
+        parts.session.queue(kDoctorQueue).async([&loop = parts.session.runLoop(), facts, done = std::move(done)] {
+            loop.async([done, checks = doctorAnswer(runDoctor(facts))] { done(checks); });
+        });
+    };
+    actions.reopen = reopen;
+    actions.quit = quit;
+    parts.control = std::make_unique<ControlService>(parts.session, *parts.publisher, std::move(actions));
+    if (!parts.control->registerOn(parts.bus))
+        qCWarning(log) << "the control interface cannot be offered:" << parts.bus.lastError().message();
+    parts.mpris = std::make_unique<MprisService>(parts.session, *parts.publisher, reopen, quit);
+    if (!parts.mpris->registerOn(parts.bus))
+        qCWarning(log) << "media keys will not work: the MPRIS name is taken";
+}
+
+// A private mpd is started without being asked, and a player that comes up idle gets the role when nobody has it:
+// the first "play" should have somebody to go to.
+void Application::keepSomebodyInCharge() {
+    auto& parts = *parts_;
+    parts.assignment->launchPrivateMpd();
+    const auto adopt = [] {
+        auto& controller = PlayerController::sharedController();
+        if (!controller.activePlayer())
+            controller.setupMusicPlayers();
+    };
+    adopt();
+    parts.launches = parts.session.workspaceCenter().addObserver(
+        notifications::kWorkspaceDidLaunchApplication, [adopt](const auto&) { adopt(); });
+}
+
+void Application::terminate() {
+    if (!parts_->delegate || parts_->delegate->applicationShouldTerminate() == AppDelegate::TerminateReply::Cancel)
+        return;
+    parts_->delegate->applicationWillTerminate();
+    QCoreApplication::quit();
+}
+
+} // namespace merlode
