@@ -114,7 +114,8 @@ std::unique_ptr<Program> Program::find() {
 
 Reply Program::notRunning() {
     return {kNotRunning,
-            QStringLiteral("merlode is not running; start it with: merlode (without a display: merlode --headless)"),
+            QStringLiteral(
+                "merlode is not running; start it with: merlode (without a display: merlode --headless)"),
             {}};
 }
 
