@@ -1,0 +1,233 @@
+#include "ctl/command_line.h"
+
+#include <QRegularExpression>
+#include <algorithm>
+#include <cmath>
+
+namespace merlode::ctl {
+
+namespace {
+
+/// What the arguments are before they are checked against the word.
+struct Sorted {
+    QStringList operands;
+    unsigned options = 0;
+    QString format;
+    QString wrong;
+};
+
+bool looksLikeOption(const QString& argument) {
+    return argument.size() > 1 && argument[0] == u'-' && !argument[1].isDigit();
+}
+
+const OptionEntry* findOption(const QString& name) {
+    const auto full = name == QStringLiteral("-h") ? QStringLiteral("--help") : name;
+    const auto all = options();
+    const auto found = std::ranges::find_if(all, [&](const auto& entry) { return entry.name == full; });
+    return found == all.end() ? nullptr : &*found;
+}
+
+/// Reads the option at `index`, which moves on when the value is an argument of its own.
+void readOption(const QStringList& arguments, qsizetype& index, Sorted& sorted) {
+    const auto& argument = arguments[index];
+    const auto equals = argument.indexOf(u'=');
+    const auto name = argument.left(equals);
+    const auto* option = findOption(name);
+    if (!option) {
+        sorted.wrong = QStringLiteral("unknown option '%1'").arg(name);
+        return;
+    }
+    sorted.options |= option->option;
+    if (option->value.isEmpty()) {
+        if (equals >= 0)
+            sorted.wrong = QStringLiteral("option '%1' takes no value").arg(name);
+    } else if (equals >= 0) {
+        sorted.format = argument.mid(equals + 1);
+    } else if (index + 1 < arguments.size()) {
+        sorted.format = arguments[++index];
+    } else {
+        sorted.wrong = QStringLiteral("option '%1' needs a value").arg(name);
+    }
+}
+
+Sorted sortArguments(const QStringList& arguments) {
+    Sorted sorted;
+    for (qsizetype i = 0; i < arguments.size() && sorted.wrong.isEmpty(); ++i) {
+        if (arguments[i] == QStringLiteral("--")) {
+            sorted.operands += arguments.mid(i + 1);
+            break;
+        }
+        if (looksLikeOption(arguments[i]))
+            readOption(arguments, i, sorted);
+        else
+            sorted.operands << arguments[i];
+    }
+    return sorted;
+}
+
+/// "90", "1:30" or "1:01:30" as seconds. Minutes and seconds behind a colon have two digits below 60. Eight
+/// digits are over three years and keep every sum within what a double holds exactly.
+std::optional<double> readClock(const QString& text) {
+    static const QRegularExpression plainSeconds(QStringLiteral(R"(\A[0-9]{1,8}(\.[0-9]{1,6})?\z)"));
+    static const QRegularExpression clock(
+        QStringLiteral(R"(\A(?:([0-9]{1,4}):([0-5][0-9])|([0-9]{1,6})):([0-5][0-9](?:\.[0-9]{1,6})?)\z)"));
+    if (plainSeconds.match(text).hasMatch())
+        return text.toDouble();
+    const auto match = clock.match(text);
+    if (!match.hasMatch())
+        return std::nullopt;
+    return match.captured(1).toDouble() * 3600 +
+           (match.captured(2).toDouble() + match.captured(3).toDouble()) * 60 + match.captured(4).toDouble();
+}
+
+std::optional<Amount> readSeek(const QString& text) {
+    if (text.endsWith(u'%')) {
+        const auto part = readClock(text.chopped(1));
+        if (!part || text.contains(u':') || *part > 100)
+            return std::nullopt;
+        return Amount{Amount::Percent, *part};
+    }
+    const bool relative = text.startsWith(u'+') || text.startsWith(u'-');
+    const auto seconds = readClock(relative ? text.mid(1) : text);
+    if (!seconds)
+        return std::nullopt;
+    if (!relative)
+        return Amount{Amount::To, *seconds};
+    return Amount{Amount::By, text.startsWith(u'-') ? -*seconds : *seconds};
+}
+
+std::optional<Amount> readVolume(const QString& text) {
+    static const QRegularExpression form(QStringLiteral(R"(\A([+-]?)([0-9]{1,3})%?\z)"));
+    const auto match = form.match(text);
+    const auto value = match.captured(2).toInt();
+    if (!match.hasMatch() || value > 100)
+        return std::nullopt;
+    if (match.captured(1).isEmpty())
+        return Amount{Amount::To, double(value)};
+    return Amount{Amount::By, match.captured(1) == QStringLiteral("-") ? double(-value) : double(value)};
+}
+
+/// Each of these reads the operands of one word into `command` and gives what is wrong, or empty text.
+QString readSeekOperand(const QStringList& operands, Command& command) {
+    if (operands.isEmpty())
+        return QStringLiteral("seek needs a position");
+    command.amount = readSeek(operands[0]);
+    if (command.amount)
+        return {};
+    return QStringLiteral("'%1' is no position; write seconds, m:ss, h:mm:ss, +N, -N or N%").arg(operands[0]);
+}
+
+QString readVolumeOperand(const QStringList& operands, Command& command) {
+    if (operands.isEmpty())
+        return {};
+    command.amount = readVolume(operands[0]);
+    if (command.amount)
+        return {};
+    return QStringLiteral("'%1' is no volume; write 0 to 100, +N or -N").arg(operands[0]);
+}
+
+QString readPlayersOperands(const QStringList& operands, Command& command) {
+    if (operands.isEmpty())
+        return {};
+    if (operands[0] != QStringLiteral("use") || operands.size() != 3 || operands[2].isEmpty())
+        return QStringLiteral("write 'players' or 'players use ROLE PROGRAM'");
+    if (command.json)
+        return QStringLiteral("'players use' prints nothing and takes no --json");
+    const auto known = roles();
+    if (std::ranges::none_of(known, [&](QLatin1String role) { return role == operands[1]; }))
+        return QStringLiteral("unknown role '%1'; there are local, spotify and rdio").arg(operands[1]);
+    command.role = operands[1];
+    command.program = operands[2];
+    return {};
+}
+
+QString readHelpOperand(const QStringList& operands, Command& command) {
+    if (operands.isEmpty())
+        return {};
+    const auto* topic = findWord(operands[0]);
+    if (!topic)
+        return QStringLiteral("there is no word '%1'").arg(operands[0]);
+    command.helpTopic = topic->word;
+    return {};
+}
+
+QString readOperands(const QStringList& operands, Command& command) {
+    switch (command.word) {
+    case Word::Seek:
+        return readSeekOperand(operands, command);
+    case Word::Volume:
+        return readVolumeOperand(operands, command);
+    case Word::Players:
+        return readPlayersOperands(operands, command);
+    case Word::Help:
+        return readHelpOperand(operands, command);
+    default:
+        return {};
+    }
+}
+
+QString readOptions(const Sorted& sorted, const WordEntry& entry, Command& command) {
+    for (const auto& option : options()) {
+        if ((sorted.options & option.option) && !(entry.options & option.option))
+            return QStringLiteral("'%1' takes no %2").arg(entry.name, option.name);
+    }
+    command.json = sorted.options & kJson;
+    command.follow = sorted.options & kFollow;
+    command.wait = sorted.options & kWait;
+    if (command.wait && !command.follow)
+        return QStringLiteral("--wait goes with --follow");
+    if (!(sorted.options & kFormat))
+        return {};
+    if (command.json)
+        return QStringLiteral("--json and --format exclude each other");
+    auto format = FormatTemplate::compile(sorted.format);
+    if (const auto* wrong = std::get_if<QString>(&format))
+        return *wrong;
+    command.format = std::get<FormatTemplate>(std::move(format));
+    return {};
+}
+
+/// The word with its options and operands, once --help and --version are out of the way.
+std::variant<Command, UsageError> readWord(const Sorted& sorted, const WordEntry& entry) {
+    Command command;
+    command.word = entry.word;
+    auto operands = sorted.operands.mid(1);
+    if (operands.size() > entry.mostOperands)
+        return UsageError{QStringLiteral("too many operands for '%1'").arg(entry.name)};
+    auto wrong = readOptions(sorted, entry, command);
+    if (wrong.isEmpty())
+        wrong = readOperands(operands, command);
+    if (!wrong.isEmpty())
+        return UsageError{wrong};
+    return command;
+}
+
+} // namespace
+
+std::variant<Command, UsageError> parseCommandLine(const QStringList& arguments) {
+    const auto sorted = sortArguments(arguments);
+    if (!sorted.wrong.isEmpty())
+        return UsageError{sorted.wrong};
+    if (sorted.options & kVersion) {
+        Command version;
+        version.word = Word::Version;
+        return version;
+    }
+    const bool help = sorted.options & kHelp;
+    if (sorted.operands.isEmpty()) {
+        if (help)
+            return Command{};
+        return UsageError{QStringLiteral("what should merlode do? 'merlodectl help' lists the words")};
+    }
+    const auto* entry = findWord(sorted.operands[0]);
+    if (!entry)
+        return UsageError{
+            QStringLiteral("unknown word '%1'; 'merlodectl help' lists them").arg(sorted.operands[0])};
+    if (!help)
+        return readWord(sorted, *entry);
+    Command command;
+    command.helpTopic = entry->word;
+    return command;
+}
+
+} // namespace merlode::ctl

@@ -1,0 +1,163 @@
+#include "ctl/render.h"
+
+#include "base/control_interface.h"
+#include "ctl/plain_text.h"
+
+#include <QJsonDocument>
+#include <QStringList>
+#include <algorithm>
+#include <array>
+
+namespace merlode::ctl {
+
+namespace {
+
+QString text(const QJsonObject& object, const char* key) {
+    return plainText(object.value(QLatin1String(key)).toString());
+}
+
+QString clockOf(const QJsonObject& status, const char* key) {
+    const auto value = status.value(QLatin1String(key));
+    return value.isDouble() ? clockText(static_cast<qint64>(value.toDouble())) : QString();
+}
+
+QString line(const QString& name, const QString& value) {
+    return value.isEmpty() ? QString() : QStringLiteral("%1%2\n").arg(name, -10).arg(value);
+}
+
+QString positionText(const QJsonObject& status) {
+    const auto position = clockOf(status, control::status::kPosition);
+    const auto duration = clockOf(status, control::status::kDuration);
+    if (position.isEmpty() || duration.isEmpty())
+        return position + duration;
+    return position + QStringLiteral(" / ") + duration;
+}
+
+QString volumeText(const QJsonObject& status) {
+    const auto volume = status.value(QLatin1String(control::status::kVolume));
+    const bool muted = status.value(QLatin1String(control::status::kMuted)).toBool();
+    if (!volume.isDouble())
+        return muted ? QStringLiteral("muted") : QString();
+    return QString::number(volume.toInt()) + (muted ? QStringLiteral(" (muted)") : QString());
+}
+
+QString playerText(const QJsonObject& status) {
+    const auto player = text(status, control::status::kPlayer);
+    const auto program = text(status, control::status::kProgram);
+    if (program.isEmpty() || program == player)
+        return player;
+    return player.isEmpty() ? program : QStringLiteral("%1 (%2)").arg(player, program);
+}
+
+QString playerState(const QJsonObject& player) {
+    const auto holds = [&](const char* key) { return player.value(QLatin1String(key)).toBool(); };
+    QString state;
+    if (text(player, "state") == QStringLiteral("playing"))
+        state = QStringLiteral("playing");
+    else if (holds("running"))
+        state = QStringLiteral("running");
+    else
+        state = holds("installed") ? QStringLiteral("installed") : QStringLiteral("not installed");
+    const bool switchedOff = player.contains(QStringLiteral("enabled")) && !holds("enabled");
+    return switchedOff ? state + QStringLiteral(", switched off") : state;
+}
+
+using Row = std::array<QString, 3>;
+
+Row playerRow(const QJsonObject& player) {
+    const auto role = text(player, "role");
+    const auto program = text(player, "program");
+    const QChar mark = player.value(QStringLiteral("active")).toBool() ? u'*' : u' ';
+    return {QString(mark) + u' ' + (role.isEmpty() ? QStringLiteral("-") : role),
+            program.isEmpty() ? QStringLiteral("-") : program, playerState(player)};
+}
+
+QString table(const std::vector<Row>& rows) {
+    std::array<qsizetype, 2> widths{};
+    for (const auto& row : rows) {
+        for (std::size_t column = 0; column < widths.size(); ++column)
+            widths[column] = std::max(widths[column], row[column].size());
+    }
+    QString result;
+    for (const auto& row : rows)
+        result += row[0].leftJustified(widths[0]) + QStringLiteral("  ") + row[1].leftJustified(widths[1]) +
+                  QStringLiteral("  ") + row[2] + u'\n';
+    return result;
+}
+
+} // namespace
+
+bool hasNoPlayer(const QJsonObject& status) {
+    const auto state = status.value(QLatin1String(control::status::kState)).toString();
+    return state.isEmpty() || state == QStringLiteral("none");
+}
+
+QString statusText(const QJsonObject& status) {
+    if (hasNoPlayer(status))
+        return QStringLiteral("no player is active\n");
+    return line(QStringLiteral("State"), text(status, control::status::kState)) +
+           line(QStringLiteral("Title"), text(status, control::status::kTitle)) +
+           line(QStringLiteral("Artist"), text(status, control::status::kArtist)) +
+           line(QStringLiteral("Album"), text(status, control::status::kAlbum)) +
+           line(QStringLiteral("Position"), positionText(status)) +
+           line(QStringLiteral("Volume"), volumeText(status)) +
+           line(QStringLiteral("Player"), playerText(status));
+}
+
+QString statusLine(const QJsonObject& status) {
+    if (hasNoPlayer(status))
+        return QStringLiteral("no player is active");
+    QStringList names{text(status, control::status::kArtist), text(status, control::status::kTitle)};
+    names.removeAll(QString());
+    const auto state = text(status, control::status::kState);
+    return names.isEmpty() ? state : state + QStringLiteral(": ") + names.join(QStringLiteral(" - "));
+}
+
+QString playersText(const QJsonArray& players) {
+    std::vector<Row> roles{{QStringLiteral("  ROLE"), QStringLiteral("PROGRAM"), QStringLiteral("STATE")}};
+    std::vector<Row> others;
+    for (const auto& value : players) {
+        const auto player = value.toObject();
+        (text(player, "role").isEmpty() ? others : roles).push_back(playerRow(player));
+    }
+    roles.insert(roles.end(), others.begin(), others.end());
+    return table(roles);
+}
+
+QString doctorText(const QJsonArray& checks) {
+    QString result;
+    for (const auto& value : checks) {
+        const auto check = value.toObject();
+        const auto state = text(check, "state");
+        const auto found = text(check, "found");
+        const auto mend = text(check, "mend");
+        result += QStringLiteral("%1%2").arg(state, -9).arg(text(check, "name"));
+        result += found.isEmpty() ? QStringLiteral("\n") : QStringLiteral(": %1\n").arg(found);
+        if (state != QStringLiteral("ok") && !mend.isEmpty())
+            result += QStringLiteral("         to mend: %1\n").arg(mend);
+    }
+    return result;
+}
+
+QJsonObject notRunningCheck() {
+    return {{QStringLiteral("name"), QStringLiteral("merlode")},
+            {QStringLiteral("state"), QStringLiteral("warning")},
+            {QStringLiteral("found"), QStringLiteral("not running")},
+            {QStringLiteral("mend"), QStringLiteral("start it with: merlode")}};
+}
+
+bool anyMissing(const QJsonArray& checks) {
+    return std::any_of(checks.begin(), checks.end(), [](const QJsonValue& check) {
+        return check.toObject().value(QStringLiteral("state")).toString() == QStringLiteral("missing");
+    });
+}
+
+QByteArray jsonLine(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+}
+
+QByteArray jsonLine(const QJsonArray& array) {
+    return QJsonDocument(array).toJson(QJsonDocument::Compact) + '\n';
+}
+
+} // namespace merlode::ctl

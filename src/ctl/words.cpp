@@ -1,0 +1,127 @@
+#include "ctl/words.h"
+
+#include "ctl/format_template.h"
+
+#include <algorithm>
+#include <array>
+
+namespace merlode::ctl {
+
+namespace {
+
+constexpr QLatin1String operator""_l1(const char* text, std::size_t size) {
+    return QLatin1String(text, static_cast<qsizetype>(size));
+}
+
+constexpr std::array kWords{
+    WordEntry{Word::Status, "status"_l1, ""_l1, kJson | kFollow | kWait | kFormat, 0, nullptr,
+              "tell what is playing"_l1,
+              "With --follow one line is printed for the present state and one after each change, until\n"
+              "merlode quits or nobody reads any more. With --wait as well, a merlode that is not running\n"
+              "is waited for.\n"_l1},
+    WordEntry{Word::PlayPause, "play-pause"_l1, ""_l1, 0, 0, "PlayPause", "pause, or go on playing"_l1,
+              ""_l1},
+    WordEntry{Word::Play, "play"_l1, ""_l1, 0, 0, "Play", "go on playing"_l1, ""_l1},
+    WordEntry{Word::Pause, "pause"_l1, ""_l1, 0, 0, "Pause", "pause"_l1, ""_l1},
+    WordEntry{Word::Next, "next"_l1, ""_l1, 0, 0, "Next", "go to the next track"_l1, ""_l1},
+    WordEntry{Word::Previous, "previous"_l1, ""_l1, 0, 0, "Previous", "go to the previous track"_l1, ""_l1},
+    WordEntry{Word::Seek, "seek"_l1, "POSITION"_l1, 0, 1, nullptr, "go to a position in the track"_l1,
+              "POSITION is in seconds, m:ss or h:mm:ss from the start of the track; +POSITION and -POSITION\n"
+              "count from where it is now, N% is a part of the track.\n"_l1},
+    WordEntry{
+        Word::Volume, "volume"_l1, "[N|+N|-N]"_l1, 0, 1, nullptr, "print or set the volume"_l1,
+        "N is 0 to 100; +N and -N change the volume by N. Without an operand the volume is printed.\n"_l1},
+    WordEntry{Word::Mute, "mute"_l1, ""_l1, 0, 0, "ToggleMute", "mute, or undo muting"_l1, ""_l1},
+    WordEntry{Word::Players, "players"_l1, "[use ROLE PROGRAM]"_l1, kJson, 3, nullptr,
+              "list the players, or choose the program of a role"_l1,
+              "ROLE is local, spotify or rdio. PROGRAM is auto, mpd, private, none or the MPRIS name of a\n"
+              "player that is listed.\n"_l1},
+    WordEntry{Word::Doctor, "doctor"_l1, ""_l1, kJson, 0, nullptr,
+              "check what merlode needs and say how to mend it"_l1, ""_l1},
+    WordEntry{Word::Open, "open"_l1, ""_l1, 0, 0, "Reopen", "bring merlode's window forward"_l1, ""_l1},
+    WordEntry{Word::Quit, "quit"_l1, ""_l1, 0, 0, "Quit", "end merlode"_l1, ""_l1},
+    WordEntry{Word::Help, "help"_l1, "[WORD]"_l1, 0, 1, nullptr, "explain merlodectl or one of its words"_l1,
+              ""_l1},
+};
+
+constexpr std::array kOptions{
+    OptionEntry{kJson, "--json"_l1, ""_l1, "print JSON"_l1},
+    OptionEntry{kFollow, "--follow"_l1, ""_l1, "print a line after each change"_l1},
+    OptionEntry{kWait, "--wait"_l1, ""_l1, "with --follow: wait for merlode whenever it is not running"_l1},
+    OptionEntry{kFormat, "--format"_l1, "TEMPLATE"_l1, "print TEMPLATE with its {fields} filled in"_l1},
+    OptionEntry{kHelp, "--help"_l1, ""_l1, "explain merlodectl or the word"_l1},
+    OptionEntry{kVersion, "--version"_l1, ""_l1, "print the version"_l1},
+};
+
+constexpr std::array kRoles{"local"_l1, "spotify"_l1, "rdio"_l1};
+
+QString optionText(const OptionEntry& option) {
+    return option.value.isEmpty() ? QString(option.name) : QString(option.name) + u' ' + option.value;
+}
+
+QString wordHelp(const WordEntry& entry) {
+    auto text = QStringLiteral("Usage: merlodectl %1\n\n").arg(synopsis(entry));
+    text +=
+        QString(entry.summary).replace(0, 1, QChar(entry.summary.front()).toUpper()) + QStringLiteral(".\n");
+    text += entry.details;
+    for (const auto& option : kOptions) {
+        if (entry.options & option.option)
+            text += QStringLiteral("  %1  %2\n").arg(optionText(option), -18).arg(option.summary);
+    }
+    if (entry.options & kFormat)
+        text += QStringLiteral(
+                    "Fields of TEMPLATE: %1.\n{title|album} takes the first that is not empty; \\n, \\t, "
+                    "{{ and }} stand for\nthemselves.\n")
+                    .arg(FormatTemplate::fieldNames().join(QStringLiteral(", ")));
+    return text;
+}
+
+} // namespace
+
+std::span<const WordEntry> words() {
+    return kWords;
+}
+std::span<const OptionEntry> options() {
+    return kOptions;
+}
+std::span<const QLatin1String> roles() {
+    return kRoles;
+}
+
+const WordEntry* findWord(const QString& name) {
+    const auto found = std::ranges::find_if(kWords, [&](const auto& entry) { return entry.name == name; });
+    return found == kWords.end() ? nullptr : &*found;
+}
+
+const WordEntry& entryOf(Word word) {
+    return *std::ranges::find_if(kWords, [&](const auto& entry) { return entry.word == word; });
+}
+
+QString synopsis(const WordEntry& entry) {
+    QString text = entry.name;
+    for (const auto& option : kOptions) {
+        if (entry.options & option.option)
+            text += QStringLiteral(" [%1]").arg(optionText(option));
+    }
+    return entry.operands.isEmpty() ? text : text + u' ' + entry.operands;
+}
+
+QString helpText(std::optional<Word> topic) {
+    if (topic)
+        return wordHelp(entryOf(*topic));
+    auto text = QStringLiteral("Usage: merlodectl WORD [OPERAND...] [OPTION...]\n\n"
+                               "Controls the merlode that is running.\n\nWords:\n");
+    for (const auto& entry : kWords)
+        text += QStringLiteral("  %1  %2\n")
+                    .arg(QString(entry.name) + u' ' + entry.operands, -26)
+                    .arg(entry.summary);
+    text += QStringLiteral("\nOptions:\n");
+    for (const auto& option : kOptions)
+        text += QStringLiteral("  %1  %2\n").arg(optionText(option), -26).arg(option.summary);
+    text += QStringLiteral(
+        "\nExit status: 0 done, 1 refused or failed, 2 wrong usage, 3 merlode is not running,\n"
+        "4 no player is active. \"merlodectl help WORD\" tells more about a word.\n");
+    return text;
+}
+
+} // namespace merlode::ctl
