@@ -1,0 +1,72 @@
+#pragma once
+
+#include "base/notification_names.h"
+#include "players/player_controller.h"
+#include "support/fake_players.h"
+#include "support/fake_ports.h"
+#include "support/test_session.h"
+
+#include <gtest/gtest.h>
+
+namespace merlode {
+
+/// A session with a desktop of fake players around a real `PlayerController`, which is made on first use, so that
+/// a test can set the desktop up before.
+class PlayerFixture : public testing::Test {
+  protected:
+    PlayerFixture() {
+        auto& session = test.session;
+        session.installReference<Workspace>(desktop);
+        session.installReference<ScriptedPlayers>(desktop);
+        session.installReference<UserDefaults>(userDefaults);
+        session.installReference<Alerts>(alerts);
+        session.installReference<RemoteLink>(remote);
+        session.installReference<SearchLink>(links);
+        session.installReference<PlayReports>(links);
+        session.installReference<ApplicationDelegate>(links);
+        session.installReference<PandoraLink>(pandora);
+        for (const auto key : {defaults::kEnableITunes, defaults::kEnableSpotify, defaults::kEnablePandora})
+            userDefaults.set(key, true);
+    }
+
+    PlayerController& controller() { return PlayerController::sharedController(); }
+
+    std::optional<MusicPlayerType> activeType() {
+        const auto& player = controller().activePlayer();
+        return player ? std::optional(player->type) : std::nullopt;
+    }
+
+    /// A player's announcement, telling the names of its track.
+    void announce(NotificationName name, const QVariantMap& info = {}) {
+        test.session.distributedCenter().post(name, nullptr, info);
+    }
+    void launchFinished(const QString& name) {
+        test.session.workspaceCenter().post(notifications::kWorkspaceDidLaunchApplication, nullptr,
+                                            {{QStringLiteral("NSApplicationName"), name}});
+    }
+
+    /// Counts the posts of a notification from now on.
+    std::shared_ptr<int> count(NotificationName name) {
+        auto counter = std::make_shared<int>(0);
+        observations_.push_back(
+            test.session.notificationCenter().addObserver(name, [counter](const auto&) { ++*counter; }));
+        return counter;
+    }
+
+    FakeDesktop desktop;
+    MemoryUserDefaults userDefaults;
+    FakeAlerts alerts;
+    RecordingRemoteLink remote;
+    RecordingLinks links;
+    FakePandora pandora;
+    TestSession test; // last: its controllers use what stands above
+
+    const QString iTunes = QStringLiteral("iTunes");
+    const QString spotify = QStringLiteral("Spotify");
+    const QString rdio = QStringLiteral("Rdio");
+
+  private:
+    std::vector<Observation> observations_;
+};
+
+} // namespace merlode
