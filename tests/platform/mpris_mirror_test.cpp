@@ -1,0 +1,109 @@
+#include "platform/linux/mpris_mirror.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace merlode {
+namespace {
+
+QVariantMap song(const QString& title) {
+    return {{u"xesam:title"_qs, title}, {u"mpris:length"_qs, qint64(100'000'000)}};
+}
+
+QVariantMap playing(const QString& title, qint64 position) {
+    return {{u"PlaybackStatus"_qs, u"Playing"_qs}, {u"Metadata"_qs, song(title)}, {u"Position"_qs, position}};
+}
+
+TEST(MprisMirror, ThePositionRunsOnWhilePlayingAndStopsAtTheEnd) {
+    MprisMirror mirror;
+    mirror.replace(playing(u"A"_qs, 10'000'000), 100);
+    EXPECT_DOUBLE_EQ(*mirror.position(105), 15);
+    EXPECT_DOUBLE_EQ(*mirror.position(1000), 100);
+
+    mirror.update({{u"Rate"_qs, 2.0}}, 105);
+    EXPECT_DOUBLE_EQ(*mirror.position(110), 25);
+    mirror.update({{u"PlaybackStatus"_qs, u"Paused"_qs}}, 110);
+    EXPECT_DOUBLE_EQ(*mirror.position(200), 25);
+    mirror.update({{u"Metadata"_qs, song(u"B"_qs)}}, 200);
+    EXPECT_DOUBLE_EQ(*mirror.position(200), 0);
+}
+
+TEST(MprisMirror, OnlyAPositionFarFromTheExpectedOneIsAJump) {
+    MprisMirror mirror;
+    mirror.replace(playing(u"A"_qs, 10'000'000), 100);
+    EXPECT_FALSE(mirror.positionRead(15.9, 105));
+    EXPECT_TRUE(mirror.positionRead(40, 106));
+    EXPECT_FALSE(mirror.positionRead(std::nullopt, 107));
+    EXPECT_EQ(mirror.position(107), std::nullopt);
+    EXPECT_FALSE(mirror.positionRead(5, 108));
+}
+
+TEST(MprisMirror, APlayerWhoseClockStandsStillDoesNotJumpAtEveryReading) {
+    MprisMirror mirror;
+    mirror.replace(playing(u"A"_qs, 0), 100);
+    EXPECT_FALSE(mirror.replace(playing(u"A"_qs, 0), 102).matters());
+    EXPECT_FALSE(mirror.replace(playing(u"A"_qs, 0), 104).matters());
+    EXPECT_TRUE(mirror.positionAnnounced(0, 108)); // it says itself that it went back
+}
+
+TEST(MprisMirror, WhatDoesNotConcernTheOwnerIsNoChange) {
+    MprisMirror mirror;
+    mirror.replace(playing(u"A"_qs, 0), 100);
+    QVariantMap withArt = song(u"A"_qs);
+    withArt.insert(u"mpris:artUrl"_qs, u"file:///a.png"_qs);
+    const auto change = mirror.update({{u"Metadata"_qs, withArt}}, 100);
+    EXPECT_FALSE(change.matters());
+    EXPECT_TRUE(change.art);
+    mirror.update({{u"Volume"_qs, 0.5}}, 100);
+    EXPECT_FALSE(mirror.update({{u"Volume"_qs, 0.6}, {u"Nonsense"_qs, 1}}, 100).matters());
+    EXPECT_TRUE(mirror.update({{u"CanGoNext"_qs, false}}, 100).matters());
+}
+
+TEST(MprisMirror, AFullReadingForgetsWhatThePlayerNoLongerHas) {
+    MprisMirror mirror;
+    QVariantMap all = playing(u"A"_qs, 0);
+    all.insert(u"Volume"_qs, 0.3);
+    mirror.replace(all, 100);
+    ASSERT_EQ(mirror.volume(), 30);
+
+    EXPECT_TRUE(mirror.replace({}, 101).matters());
+    EXPECT_EQ(mirror.state(), 0u);
+    EXPECT_EQ(mirror.track(), std::nullopt);
+    EXPECT_EQ(mirror.volume(), std::nullopt);
+    EXPECT_EQ(mirror.position(101), std::nullopt);
+}
+
+TEST(MprisMirror, VolumesAreBroughtIntoRangeOrAbsent) {
+    const struct {
+        QVariant told;
+        std::optional<int> read;
+    } cases[] = {
+        {0.504, 50},
+        {1.4, 100},
+        {1e300, 100},
+        {-0.2, 0},
+        {1, 100},
+        {std::nan(""), std::nullopt},
+        {u"loud"_qs, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        MprisMirror mirror;
+        mirror.update({{u"Volume"_qs, c.told}}, 0);
+        EXPECT_EQ(mirror.volume(), c.read) << c.told.typeName();
+        EXPECT_EQ(mirror.capabilities().canSetVolume, c.read.has_value());
+    }
+}
+
+TEST(MprisMirror, CapabilitiesNeedControlAndMissingOnesAreTried) {
+    MprisMirror mirror;
+    EXPECT_EQ(mirror.capabilities(), PlayerCapabilities());
+    mirror.update({{u"CanSeek"_qs, false}, {u"CanGoNext"_qs, u"wrong"_qs}}, 0);
+    EXPECT_TRUE(mirror.capabilities().canPlay);
+    EXPECT_TRUE(mirror.capabilities().canGoNext);
+    EXPECT_FALSE(mirror.capabilities().canSeek);
+    mirror.update({{u"CanControl"_qs, false}}, 0);
+    EXPECT_EQ(mirror.capabilities(), PlayerCapabilities());
+}
+
+} // namespace
+} // namespace merlode
