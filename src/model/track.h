@@ -15,10 +15,10 @@ class Track final : public MusicItem {
   public:
     /// What a service tells of a song.
     struct Details {
-        QString id;
-        QString name;
-        QString albumName;
-        QString artistName;
+        QString id = {};
+        QString name = {};
+        QString albumName = {};
+        QString artistName = {};
         qint64 duration = 0; ///< in the unit of the service, see the factories
         bool isExplicit = false;
         qint64 trackNumber = 0;
