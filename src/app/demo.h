@@ -5,7 +5,6 @@
 
 #include <QString>
 
-#include <memory>
 #include <optional>
 
 namespace merlode {
@@ -34,7 +33,6 @@ class Demo {
     QString folder_;
     Timer retry_;
     int attempts_ = 0;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
 } // namespace merlode

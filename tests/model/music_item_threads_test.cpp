@@ -5,7 +5,7 @@
 #include "model/queues.h"
 #include "model/track.h"
 #include "support/fake_http.h"
-#include "support/thread_executor.h"
+#include "base/executor.h"
 #include "support/virtual_run_loop.h"
 
 #include <QBuffer>
@@ -74,7 +74,7 @@ class MusicItemThreadTest : public testing::Test {
     MusicItemThreadTest() {
         auto owned = std::make_unique<VirtualRunLoop>();
         loop = owned.get();
-        session = std::make_unique<Session>(std::move(owned), makeThreadExecutor());
+        session = std::make_unique<Session>(std::move(owned), makeThreadPoolExecutor());
         session->installReference<HttpClient>(http);
         scope = std::make_unique<SessionScope>(session.get());
     }

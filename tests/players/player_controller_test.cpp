@@ -31,8 +31,7 @@ TEST_F(PlayerControllerTest, TheFirstPlayerIsTheOneThatPlaysElseByAnotherOrder) 
         {{}, {}, std::nullopt},
     };
     for (const auto& [running, playing, expected] : cases) {
-        PlayerControllerTest* self = this;
-        for (auto& [name, application] : self->desktop.applications) {
+        for (auto& [name, application] : desktop.applications) {
             application = {};
             if (running.contains(name))
                 desktop.start(name);

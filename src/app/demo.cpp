@@ -1,0 +1,70 @@
+#include "app/demo.h"
+
+#include "app/demo_library.h"
+#include "model/album.h"
+#include "platform/user_defaults.h"
+#include "players/player_controller.h"
+
+#include <QDir>
+#include <QLoggingCategory>
+#include <QTemporaryDir>
+
+namespace merlode {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
+
+constexpr double kRetrySeconds = 0.1;
+constexpr int kMostAttempts = 300;
+
+QString musicFolderOf(const QString& home) { return home + QStringLiteral("/Music"); }
+
+} // namespace
+
+std::optional<QString> makeDemoHome() {
+    QTemporaryDir home(QDir::tempPath() + QStringLiteral("/merlode-demo-XXXXXX"));
+    home.setAutoRemove(false);
+    if (!home.isValid() || !QDir().mkpath(musicFolderOf(home.path())))
+        return std::nullopt;
+    const QByteArray path = home.path().toLocal8Bit();
+    qputenv("HOME", path);
+    qputenv("XDG_CONFIG_HOME", path + "/.config");
+    qputenv("XDG_DATA_HOME", path + "/.local/share");
+    qputenv("XDG_CACHE_HOME", path + "/.cache");
+    qputenv("XDG_STATE_HOME", path + "/.local/state");
+    for (const char* variable : {"MPD_HOST", "MPD_PORT"})
+        qunsetenv(variable);
+    return home.path();
+}
+
+void configureDemo(UserDefaults& userDefaults, const QString& demoFolder) {
+    userDefaults.set(defaults::kLocalPlayerKind, QStringLiteral("private"));
+    userDefaults.set(defaults::kMusicFolder, musicFolderOf(demoFolder));
+}
+
+Demo::Demo(Session& session, QString demoFolder) : session_(session), folder_(musicFolderOf(demoFolder)) {
+    makeMusic();
+    retry_ = session_.runLoop().every(kRetrySeconds, [this] { tryToPlay(); });
+}
+
+void Demo::makeMusic() {
+    session_.queue(QStringLiteral("co.vantry.Merlode.Demo")).async([folder = folder_] {
+        if (!makeDemoLibrary(folder, {}))
+            qCWarning(log) << "the demo's music could not be written to" << folder;
+    });
+}
+
+void Demo::tryToPlay() {
+    auto& controller = PlayerController::sharedController();
+    const bool plays = controller.activePlayer() && controller.activePlayer()->isPlaying();
+    if (plays || ++attempts_ > kMostAttempts)
+        return retry_.invalidate();
+    // The album is whole once its last track lies there; the player finds it when it has looked at the folder.
+    const auto& album = demoCatalogue().front();
+    if (!controller.activePlayer() || !QFile::exists(folder_ + u'/' + demoTrackPath(album, album.tracks.back())))
+        return;
+    controller.playAlbum(*Album::make(ItemSourceType::iTunes, {}, album.title, album.artist, {}, false), {});
+}
+
+} // namespace merlode
