@@ -23,8 +23,8 @@ class SessionBus {
     bool startedOwnBus() const { return process_ > 0; }
 
   private:
-    void start();
-    bool readAddress(int fd);
+    void start(const QString& socket);
+    void publish(const QString& socket);
 
     QString error_;
     QString addressFile_;
