@@ -133,9 +133,12 @@ QString readPlayersOperands(const QStringList& operands, Command& command) {
         return QStringLiteral("write 'players' or 'players use ROLE PROGRAM'");
     if (command.json)
         return QStringLiteral("'players use' prints nothing and takes no --json");
-    const auto known = roles();
-    if (std::ranges::none_of(known, [&](QLatin1String role) { return role == operands[1]; }))
-        return QStringLiteral("unknown role '%1'; there are local, spotify and rdio").arg(operands[1]);
+    QStringList known;
+    for (const auto role : roles())
+        known << QString(role);
+    if (!known.contains(operands[1]))
+        return QStringLiteral("unknown role '%1'; there are %2")
+            .arg(operands[1], known.join(QStringLiteral(", ")));
     command.role = operands[1];
     command.program = operands[2];
     return {};

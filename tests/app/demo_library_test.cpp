@@ -1,0 +1,222 @@
+#include "app/demo_cover.h"
+#include "app/demo_library.h"
+#include "app/demo_music.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QSet>
+#include <QTemporaryDir>
+#include <cmath>
+#include <flacfile.h>
+#include <flacpicture.h>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+#include <tpropertymap.h>
+
+using namespace merlode;
+
+namespace {
+
+int indexOfAlbum(const char* title) {
+    const auto& albums = demoCatalogue();
+    const auto found = std::ranges::find_if(
+        albums, [&](const DemoAlbum& album) { return album.title == QString::fromUtf8(title); });
+    EXPECT_NE(found, albums.end()) << title;
+    return static_cast<int>(found - albums.begin());
+}
+
+std::string tag(const TagLib::FLAC::File& file, const char* name) {
+    return file.properties()[name].toString().to8Bit(true);
+}
+
+double secondsOf(const QByteArray& path) {
+    SF_INFO info = {};
+    auto* file = ::sf_open(path.constData(), SFM_READ, &info);
+    if (!file)
+        return 0;
+    std::vector<short> samples(static_cast<std::size_t>(info.frames));
+    const auto count = ::sf_readf_short(file, samples.data(), info.frames);
+    ::sf_close(file);
+    return static_cast<double>(count) / info.samplerate;
+}
+
+double loudness(const std::int16_t* samples, int count) {
+    double sum = 0;
+    for (int i = 0; i < count; ++i)
+        sum += double(samples[i]) * samples[i];
+    return std::sqrt(sum / count);
+}
+
+} // namespace
+
+TEST(DemoCatalogue, HoldsWhatALibraryTripsOver) {
+    int tracks = 0;
+    int twoDiscs = 0;
+    int compilations = 0;
+    int singles = 0;
+    qsizetype longest = 0;
+    QSet<QChar::Script> scripts;
+    QSet<QString> paths;
+    for (const auto& album : demoCatalogue()) {
+        twoDiscs += album.discs == 2;
+        compilations += album.compilation;
+        singles += album.tracks.size() == 1;
+        for (const auto& track : album.tracks) {
+            ++tracks;
+            longest = std::max(longest, track.title.size());
+            scripts << track.title.front().script();
+            EXPECT_FALSE(track.artist.isEmpty()) << track.title.toStdString();
+            for (const auto& part : demoTrackPath(album, track).split(u'/'))
+                EXPECT_LE(part.toUtf8().size(), 200) << part.toStdString();
+            paths << demoTrackPath(album, track);
+        }
+    }
+    EXPECT_GT(tracks, 180);
+    EXPECT_EQ(paths.size(), tracks) << "two tracks share a file";
+    EXPECT_EQ(twoDiscs, 1);
+    EXPECT_EQ(compilations, 1);
+    EXPECT_EQ(singles, 1);
+    EXPECT_GT(longest, 250);
+    for (const auto script :
+         {QChar::Script_Latin, QChar::Script_Greek, QChar::Script_Cyrillic, QChar::Script_Han,
+          QChar::Script_Katakana, QChar::Script_Hangul, QChar::Script_Arabic, QChar::Script_Hebrew})
+        EXPECT_TRUE(scripts.contains(script)) << script;
+}
+
+TEST(DemoLibrary, TagsAndArtAreReadBack) {
+    struct Case {
+        const char* album;
+        int track;
+        const char *title, *artist, *albumArtist, *number, *total, *disc, *discs, *compilation;
+    };
+    const Case cases[] = {
+        {"Les Marées de Clairvoue", 3, "Le cœur en bandoulière", "Élodie Garançais", "Élodie Garançais", "4",
+         "12", "1", "1", ""},
+        {"雨のち硝子の街", 3, "カタツムリ特急", "月見坂電灯団", "月見坂電灯団", "4", "13", "1", "1", ""},
+        {"The Long Meridian", 14, "XV. The Cook's Passacaglia", "The Tidewright Ensemble",
+         "The Tidewright Ensemble", "3", "11", "2", "2", ""},
+        {"Nightboat Radio: Signals from Everywhere", 13, "سفينة الليل", "فرقة نخيل الزجاج", "Various Artists",
+         "14", "18", "1", "1", "1"},
+    };
+    const QTemporaryDir folder;
+    for (const auto& c : cases) {
+        const auto index = indexOfAlbum(c.album);
+        const auto& album = demoCatalogue()[static_cast<std::size_t>(index)];
+        ASSERT_TRUE(makeDemoTrack(folder.path(), index, c.track)) << c.title;
+        const auto path = QFile::encodeName(
+            folder.filePath(demoTrackPath(album, album.tracks[static_cast<std::size_t>(c.track)])));
+        TagLib::FLAC::File file(path.constData());
+        ASSERT_TRUE(file.isValid()) << c.title;
+        EXPECT_EQ(tag(file, "TITLE"), c.title);
+        EXPECT_EQ(tag(file, "ARTIST"), c.artist);
+        EXPECT_EQ(tag(file, "ALBUM"), c.album);
+        EXPECT_EQ(tag(file, "ALBUMARTIST"), c.albumArtist);
+        EXPECT_EQ(tag(file, "GENRE"), album.genre.toStdString());
+        EXPECT_EQ(tag(file, "DATE"), album.date.toStdString());
+        EXPECT_EQ(tag(file, "TRACKNUMBER"), c.number);
+        EXPECT_EQ(tag(file, "TRACKTOTAL"), c.total);
+        EXPECT_EQ(tag(file, "DISCNUMBER"), c.disc);
+        EXPECT_EQ(tag(file, "DISCTOTAL"), c.discs);
+        EXPECT_EQ(tag(file, "COMPILATION"), c.compilation);
+        ASSERT_EQ(file.pictureList().size(), 1u);
+        const auto art = file.pictureList().front()->data();
+        EXPECT_EQ(QImage::fromData(QByteArray(art.data(), static_cast<int>(art.size()))).size(),
+                  QSize(600, 600));
+        const auto seconds = secondsOf(path);
+        EXPECT_GE(seconds, 20) << c.title;
+        EXPECT_LE(seconds, 40) << c.title;
+        EXPECT_EQ(file.audioProperties()->lengthInSeconds(), static_cast<int>(seconds));
+    }
+    EXPECT_TRUE(QImage(folder.filePath(QStringLiteral("月見坂電灯団/雨のち硝子の街/cover.jpg"))).width() ==
+                600);
+}
+
+TEST(DemoLibrary, IsMadeInOrderAndKeepsWhatIsThere) {
+    const QTemporaryDir folder;
+    const auto& albums = demoCatalogue();
+    int total = 0;
+    // All but the second and third tracks stand in for what was made before.
+    for (std::size_t a = 0; a < albums.size(); ++a) {
+        for (std::size_t t = 0; t < albums[a].tracks.size(); ++t, ++total) {
+            const auto path = folder.filePath(demoTrackPath(albums[a], albums[a].tracks[t]));
+            ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
+            if (a != 0 || (t != 1 && t != 2)) {
+                ASSERT_TRUE(QFile(path).open(QIODevice::WriteOnly)) << path.toStdString();
+            }
+        }
+    }
+    std::vector<int> seen;
+    ASSERT_TRUE(makeDemoLibrary(folder.path(), [&](int done, int all) {
+        EXPECT_EQ(all, total);
+        seen.push_back(done);
+        // What is told to be finished is there, whole and under its name.
+        if (done >= 3) {
+            EXPECT_GT(QFileInfo(folder.filePath(demoTrackPath(albums[0], albums[0].tracks[1]))).size(),
+                      100000);
+        }
+    }));
+    EXPECT_TRUE(std::ranges::is_sorted(seen));
+    EXPECT_EQ(seen.back(), total);
+    EXPECT_EQ(QFileInfo(folder.filePath(demoTrackPath(albums[0], albums[0].tracks[0]))).size(), 0);
+    EXPECT_TRUE(QDir(folder.filePath(demoTrackPath(albums[0], albums[0].tracks[0]).section(u'/', 0, 1)))
+                    .entryList({QStringLiteral(".*.part")}, QDir::Files | QDir::Hidden)
+                    .isEmpty());
+}
+
+TEST(DemoLibrary, TellsThatItCannotWrite) {
+    const QTemporaryDir folder;
+    const auto file = folder.filePath(QStringLiteral("file"));
+    ASSERT_TRUE(QFile(file).open(QIODevice::WriteOnly));
+    EXPECT_FALSE(makeDemoLibrary(file, [](int, int) { ADD_FAILURE() << "nothing was made"; }));
+    EXPECT_FALSE(makeDemoAlbum(file, 0));
+    EXPECT_FALSE(makeDemoTrack(folder.path(), 0, 1000));
+    EXPECT_FALSE(makeDemoAlbum(folder.path(), -1));
+}
+
+TEST(DemoMusic, EveryStyleIsHeardThroughoutAndNeverClips) {
+    for (const auto style : {DemoStyle::Folk, DemoStyle::Jazz, DemoStyle::Electronic, DemoStyle::Ambient,
+                             DemoStyle::Chamber, DemoStyle::Pop}) {
+        const auto samples = makeDemoMusic(style, 11);
+        const auto name = testing::Message() << "style " << static_cast<int>(style);
+        const auto [least, most] = std::ranges::minmax(samples);
+        EXPECT_LE(std::max(-int(least), int(most)), 23000) << name;
+        EXPECT_LT(std::abs(samples.front()), 200) << name << ": starts with a click";
+        EXPECT_LT(std::abs(samples.back()), 200) << name << ": ends with a click";
+        const auto seconds = static_cast<int>(samples.size()) / kDemoSampleRate;
+        for (int second = 0; second < seconds - 2; ++second)
+            EXPECT_GT(loudness(samples.data() + second * kDemoSampleRate, kDemoSampleRate), 400)
+                << name << ", silent at " << second << " s";
+        // Noise would turn its sign at every second sample; the tones are low.
+        int turns = 0;
+        for (std::size_t i = 1; i < samples.size(); ++i)
+            turns += (samples[i] < 0) != (samples[i - 1] < 0);
+        EXPECT_LT(turns, static_cast<int>(samples.size()) / 6) << name;
+    }
+}
+
+TEST(DemoMusic, TheSeedDecides) {
+    const auto samples = makeDemoMusic(DemoStyle::Electronic, 11);
+    EXPECT_EQ(makeDemoMusic(DemoStyle::Electronic, 11), samples);
+    EXPECT_NE(makeDemoMusic(DemoStyle::Electronic, 12), samples);
+}
+
+TEST(DemoCover, EveryAlbumHasItsOwnTheSameEachTime) {
+    std::vector<QImage> small;
+    for (int number = 0; number < static_cast<int>(demoCatalogue().size()); ++number)
+        small.push_back(paintDemoCover(number).scaled(8, 8, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    for (std::size_t i = 0; i < small.size(); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            int difference = 0;
+            for (int pixel = 0; pixel < 64; ++pixel) {
+                const QColor a(small[i].pixel(pixel % 8, pixel / 8));
+                const QColor b(small[j].pixel(pixel % 8, pixel / 8));
+                difference += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
+                              std::abs(a.blue() - b.blue());
+            }
+            EXPECT_GT(difference / 64, 40) << i << " and " << j;
+        }
+    }
+    EXPECT_EQ(paintDemoCover(5), paintDemoCover(5));
+}
