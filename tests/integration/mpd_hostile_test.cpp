@@ -4,8 +4,12 @@
 #include "support/mpd_server.h"
 
 #include <QElapsedTimer>
+#include <QLocalServer>
+#include <QLocalSocket>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <csignal>
+#include <future>
 #include <gtest/gtest.h>
 
 namespace merlode {
@@ -152,6 +156,29 @@ INSTANTIATE_TEST_SUITE_P(
         Behaviour{.name = "tooMuchPicture", .toPicture = "size: 1\nbinary: 3\nabc\nOK\n"},
         Behaviour{.name = "noPicture", .toPicture = "size: 3\nbinary: 3\nabc\nOK\n"}),
     [](const auto& each) { return std::string(each.param.name); });
+
+TEST(MpdConnectionTest, SurvivesWritingToAServerThatHasClosed) {
+    const QTemporaryDir folder;
+    QLocalServer server;
+    ASSERT_TRUE(server.listen(folder.path() + u"/socket"_qs));
+    bool closed = false;
+    QObject::connect(&server, &QLocalServer::newConnection, &server, [&] {
+        QLocalSocket* socket = server.nextPendingConnection();
+        socket->write(kGreeting);
+        QObject::connect(socket, &QLocalSocket::readyRead, socket, [&closed, socket] {
+            socket->write("OK\n");
+            socket->waitForBytesWritten(100);
+            socket->abort();
+            closed = true;
+        });
+    });
+    MpdConnection connection({.socketPath = server.fullServerName(), .host = {}, .password = {}});
+    auto opened = std::async(std::launch::async, [&connection] { return connection.open(2); });
+    ASSERT_TRUE(pumpUntil([&closed] { return closed; }));
+    ASSERT_TRUE(opened.get());
+    std::signal(SIGPIPE, SIG_DFL); // Qt's sockets have ignored it; the program may have none of those
+    EXPECT_EQ(connection.run({"ping", {}}, 1).outcome, MpdOutcome::Broken);
+}
 
 } // namespace
 } // namespace merlode
