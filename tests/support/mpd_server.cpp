@@ -8,6 +8,7 @@
 #include <QLocalSocket>
 #include <QTimer>
 #include <csignal>
+#include <sys/prctl.h>
 
 namespace merlode::testing_support {
 
@@ -54,6 +55,7 @@ MpdServer::~MpdServer() {
 
 bool MpdServer::start() {
     process_.setStandardErrorFile(folder_.path() + QStringLiteral("/errors"));
+    process_.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); }); // also when a test is aborted
     process_.start(QStringLiteral("mpd"),
                    {QStringLiteral("--no-daemon"), folder_.path() + QStringLiteral("/mpd.conf")});
     const auto scanned = [this] { return ask("status").endsWith("OK\n") && value("updating_db").isEmpty(); };
