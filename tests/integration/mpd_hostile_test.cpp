@@ -177,6 +177,7 @@ TEST(MpdConnectionTest, SurvivesWritingToAServerThatHasClosed) {
     ASSERT_TRUE(pumpUntil([&closed] { return closed; }));
     ASSERT_TRUE(opened.get());
     std::signal(SIGPIPE, SIG_DFL); // Qt's sockets have ignored it; the program may have none of those
+    EXPECT_FALSE(connection.post({"idle", {}}));
     EXPECT_EQ(connection.run({"ping", {}}, 1).outcome, MpdOutcome::Broken);
 }
 
