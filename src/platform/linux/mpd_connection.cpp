@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QLoggingCategory>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstring>
 #include <mpd/async.h>
@@ -43,6 +44,40 @@ bool waitFor(int descriptor, short events, Clock::time_point deadline) {
         if (ready < 0 && errno != EINTR)
             return true; // the following call meets the error itself
     }
+}
+
+// The library writes in a way that raises SIGPIPE where the server has closed, which would end the program.
+// Holds the signal back on this thread and takes away the one that was raised meanwhile.
+class NoSigpipe {
+  public:
+    NoSigpipe() {
+        sigemptyset(&pipe_);
+        sigaddset(&pipe_, SIGPIPE);
+        sigset_t pending;
+        sigpending(&pending);
+        pendingBefore_ = sigismember(&pending, SIGPIPE) == 1;
+        pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+    }
+    ~NoSigpipe() {
+        const timespec atOnce{};
+        if (!pendingBefore_)
+            sigtimedwait(&pipe_, nullptr, &atOnce);
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    NoSigpipe(const NoSigpipe&) = delete;
+    NoSigpipe& operator=(const NoSigpipe&) = delete;
+
+  private:
+    sigset_t pipe_;
+    sigset_t before_;
+    bool pendingBefore_ = false;
+};
+
+bool transferOn(mpd_async* async, unsigned events) {
+    std::optional<NoSigpipe> guard;
+    if (events & MPD_ASYNC_EVENT_WRITE)
+        guard.emplace();
+    return mpd_async_io(async, static_cast<mpd_async_event>(events));
 }
 
 // The protocol sends text line by line; a line break inside an argument would begin another command.
@@ -301,7 +336,7 @@ bool MpdConnection::transfer(short events, Deadline deadline) {
         io |= MPD_ASYNC_EVENT_READ;
     if (ready.revents & POLLOUT)
         io |= MPD_ASYNC_EVENT_WRITE;
-    return mpd_async_io(async_.get(), static_cast<mpd_async_event>(io)) || fail(MpdOutcome::Broken);
+    return transferOn(async_.get(), io) || fail(MpdOutcome::Broken);
 }
 
 void MpdConnection::interrupt() {
@@ -313,7 +348,7 @@ void MpdConnection::interrupt() {
 
 bool MpdConnection::post(const MpdCommand& command) {
     return async_ && isSendable(command) && put(async_.get(), command) &&
-           mpd_async_io(async_.get(), MPD_ASYNC_EVENT_WRITE);
+           transferOn(async_.get(), MPD_ASYNC_EVENT_WRITE);
 }
 
 std::optional<QByteArrayList> MpdConnection::takeLines() {

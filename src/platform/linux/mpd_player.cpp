@@ -9,8 +9,8 @@ namespace merlode {
 
 namespace {
 
-// Bounds a seek in what tells no length.
-constexpr double kFurthestPosition = 1e6;
+// Four months: keeps the number within what any server reads.
+constexpr double kFurthestPosition = 1e7;
 
 } // namespace
 
@@ -135,12 +135,13 @@ std::optional<int> MpdPlayer::soundVolume() {
 }
 
 void MpdPlayer::setSoundVolume(int volume) {
-    if (!mirror_.volume)
-        return;
+    const int wanted = std::clamp(volume, 0, 100);
     // Shown at once: a slider that is read back while it is dragged must not jump.
-    mirror_.volume = std::clamp(volume, 0, 100);
-    outdated_ = refreshing_;
-    send({"setvol", {QByteArray::number(*mirror_.volume)}});
+    if (mirror_.volume) {
+        mirror_.volume = wanted;
+        outdated_ = refreshing_;
+    }
+    send({"setvol", {QByteArray::number(wanted)}});
 }
 
 std::optional<double> MpdPlayer::playerPosition() {
@@ -149,9 +150,9 @@ std::optional<double> MpdPlayer::playerPosition() {
 }
 
 void MpdPlayer::setPlayerPosition(double seconds) {
-    if (!mirror_.song || !std::isfinite(seconds))
+    if (!std::isfinite(seconds))
         return;
-    const double wanted = std::clamp(seconds, 0.0, mirror_.duration.value_or(kFurthestPosition));
+    const double wanted = std::clamp(seconds, 0.0, kFurthestPosition);
     if (mirror_.state != kPlayerStateStopped) {
         mirror_.elapsed = wanted;
         mirror_.takenAt = loop_.uptime();

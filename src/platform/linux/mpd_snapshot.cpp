@@ -27,7 +27,7 @@ std::optional<double> parseDuration(const QByteArray& text) {
 // "3" and "3/12" alike; 0 for everything else.
 int parseNumber(const QByteArray& text) {
     bool ok = false;
-    const int value = text.left(text.indexOf('/')).trimmed().toInt(&ok);
+    const int value = text.split('/').first().trimmed().toInt(&ok);
     return ok && value > 0 && value <= kHighestNumber ? value : 0;
 }
 
@@ -220,7 +220,8 @@ std::optional<QByteArray> playableUri(const QString& key, const QString& musicFo
         return key.toUtf8();
     if (!key.startsWith(u"file:", Qt::CaseInsensitive))
         return key.contains(u"://") ? std::nullopt : std::optional(key.toUtf8());
-    const QString path = QUrl(key).toLocalFile();
+    const QUrl url(key);
+    const QString path = url.host().isEmpty() ? url.toLocalFile() : QString();
     if (!path.startsWith(u'/') || std::ranges::any_of(path, isControl))
         return std::nullopt;
     if (!musicFolder.isEmpty() && path.startsWith(musicFolder + u'/'))
