@@ -3,9 +3,6 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# The Python checks share a module; what Python would store of it beside it is not worth a file in the tree.
-export PYTHONDONTWRITEBYTECODE=1
-
 say() { printf '%s\n' "$*" >&2; }
 
 fail() {
