@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/env -S python3 -B
 """Checks the Markdown files: what they link to is there, headings after a # included, and so is every file of the
 tree that they name in `backticks` or call in a block of commands.
 

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/env -S python3 -B
 """Finds functions in src/ whose bodies say the same: eight lines or more that differ in comments and spaces only.
 
 `--self-test` checks this check on three small files.

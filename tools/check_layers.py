@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/env -S python3 -B
 """Checks who includes whom in src/: folders only use those beneath them, no two files include each other in a ring,
 Qt's window, bus and browser classes stay in the folders that are there for them.
 

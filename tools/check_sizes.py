@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/env -S python3 -B
 """Finds functions and files of C++ that have grown beyond what can be read in one go."""
 
 import sys

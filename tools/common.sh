@@ -1,5 +1,8 @@
-# What the commands at the root of the tree share; they source it. Bash with -euo pipefail.
+# What the commands at the root of the tree share; they source it.
 # shellcheck shell=bash
+
+# Not left to those who source this: without pipefail a build that failed would look like one that did not.
+set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -32,10 +35,14 @@ logged() {
     "$@" </dev/null 2>&1 | show_latest_line "$log"
 }
 
+# What the programs of a build are started with, for those that run in the course of it.
+build_prefix=()
+
 configure_and_build() {
     local preset=$1
     shift
-    cmake --preset "$preset" && cmake --build "build/$preset" -j "$(cores)" ${1:+--target "$@"}
+    cmake --preset "$preset" &&
+        "${build_prefix[@]}" cmake --build "build/$preset" -j "$(cores)" ${1:+--target "$@"}
 }
 
 # build PRESET [TARGET...]: configures and builds, all targets if none is named. What is written on failure is

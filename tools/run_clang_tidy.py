@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/env -S python3 -B
 """Runs clang-tidy over the sources in src/, several at a time. A source that passed is left alone until it changes,
 or a header of ours that it includes, its compile command, or the list of checks does.
 
