@@ -33,16 +33,17 @@ ROWS = [
 ASIDE = {
     "platform/linux": ["base", "platform"],
     "main": ["app"],
+    "modules": ["base", "platform", "platform/linux", "ui/widgets", "app"],
     "page": ["base", "platform"],
     "ctl": ["base"],
 }
 
 # Who may use a folder that stands beside the rows.
-OPEN_TO = {"app": ["platform/linux"]}
+OPEN_TO = {"app": ["platform/linux"], "modules": ["platform/linux"]}
 
 # Families of Qt headers and the only folders that may include them.
 QT_FAMILIES = {
-    "QtWidgets": ["ui/widgets", "app", "main"],
+    "QtWidgets": ["ui/widgets", "modules"],
     "QtDBus": ["platform/linux", "app", "ctl"],
     "QtWebEngine": ["page"],
 }

@@ -5,6 +5,7 @@
 #include "app/control_service.h"
 #include "app/demo.h"
 #include "app/doctor.h"
+#include "app/modules.h"
 #include "app/mpris_service.h"
 #include "app/role_assignment.h"
 #include "app/status.h"
@@ -15,7 +16,6 @@
 #include "base/runtime_folder.h"
 #include "base/session.h"
 #include "model/remote_link.h"
-#include "platform/linux/curl_http_client.h"
 #include "platform/linux/log_alerts.h"
 #include "platform/linux/mpris_names.h"
 #include "platform/linux/player_roles.h"
@@ -23,7 +23,6 @@
 #include "platform/linux/sleep_monitor.h"
 #include "platform/null_user_notification_center.h"
 #include "players/player_controller.h"
-#include "ui/widgets/message_box_alerts.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
@@ -99,7 +98,8 @@ void Application::launch() {
     serveBus();
     keepSomebodyInCharge();
     if (options_.demo)
-        parts_->demo = std::make_unique<Demo>(parts_->session, options_.demoFolder);
+        parts_->demo = std::make_unique<Demo>(parts_->session, options_.demoFolder,
+                                              [this] { parts_->assignment->launchPrivateMpd(); });
 }
 
 void Application::findPlayers() {
@@ -117,14 +117,12 @@ void Application::findPlayers() {
 
 void Application::installPorts() {
     auto& session = parts_->session;
-    if (options_.headless)
-        session.install<Alerts>(std::make_unique<LogAlerts>());
-    else
-        session.install<Alerts>(std::make_unique<MessageBoxAlerts>(session.runLoop()));
+    auto alerts = options_.headless ? nullptr : modules::makeAlerts(session.runLoop());
+    session.install<Alerts>(alerts ? std::move(alerts) : std::make_unique<LogAlerts>());
     const auto report = [](const QString& message) { qCWarning(log).noquote() << message; };
     session.install<UserDefaults>(std::make_unique<PlistUserDefaults>(
         configFolder() + QStringLiteral("/Preferences.plist"), session.runLoop(), report));
-    session.install<HttpClient>(std::make_unique<CurlHttpClient>());
+    session.install<HttpClient>(std::make_unique<LazyHttpClient>());
     session.install<UserNotificationCenter>(std::make_unique<NullUserNotificationCenter>());
     parts_->roles = &session.install<PlayerRoles>(std::make_unique<PlayerRoles>(session));
     session.installReference<Workspace>(*parts_->roles);
@@ -184,7 +182,8 @@ void Application::serveBus() {
 // the first "play" should have somebody to go to.
 void Application::keepSomebodyInCharge() {
     auto& parts = *parts_;
-    parts.assignment->launchPrivateMpd();
+    if (!options_.demo)
+        parts.assignment->launchPrivateMpd();
     const auto adopt = [] {
         auto& controller = PlayerController::sharedController();
         if (!controller.activePlayer())

@@ -1,6 +1,7 @@
 #include "app/demo.h"
 
-#include "app/demo_library.h"
+#include "app/demo/demo_catalogue.h"
+#include "app/modules.h"
 #include "model/album.h"
 #include "platform/user_defaults.h"
 #include "players/player_controller.h"
@@ -43,16 +44,28 @@ void configureDemo(UserDefaults& userDefaults, const QString& demoFolder) {
     userDefaults.set(defaults::kMusicFolder, musicFolderOf(demoFolder));
 }
 
-Demo::Demo(Session& session, QString demoFolder) : session_(session), folder_(musicFolderOf(demoFolder)) {
+Demo::Demo(Session& session, QString demoFolder, std::function<void()> launchPlayer)
+    : session_(session), folder_(musicFolderOf(demoFolder)), launchPlayer_(std::move(launchPlayer)) {
     makeMusic();
-    retry_ = session_.runLoop().every(kRetrySeconds, [this] { tryToPlay(); });
 }
 
 void Demo::makeMusic() {
-    session_.queue(QStringLiteral("co.vantry.Merlode.Demo")).async([folder = folder_] {
-        if (!makeDemoLibrary(folder, {}))
-            qCWarning(log) << "the demo's music could not be written to" << folder;
-    });
+    const auto firstIsThere = [this, weak = std::weak_ptr(alive_)] {
+        if (weak.lock())
+            firstAlbumIsThere();
+    };
+    session_.queue(QStringLiteral("co.vantry.Merlode.Demo"))
+        .async([&loop = session_.runLoop(), folder = folder_, firstIsThere] {
+            const bool first = modules::makeDemoAlbum(folder, 0);
+            loop.async(firstIsThere);
+            if (!first || !modules::makeDemoLibrary(folder))
+                qCWarning(log) << "the demo's music could not be written to" << folder;
+        });
+}
+
+void Demo::firstAlbumIsThere() {
+    launchPlayer_();
+    retry_ = session_.runLoop().every(kRetrySeconds, [this] { tryToPlay(); });
 }
 
 void Demo::tryToPlay() {
@@ -60,10 +73,7 @@ void Demo::tryToPlay() {
     const bool plays = controller.activePlayer() && controller.activePlayer()->isPlaying();
     if (plays || ++attempts_ > kMostAttempts)
         return retry_.invalidate();
-    // The album is whole once its last track lies there; the player finds it when it has looked at the folder.
     const auto& album = demoCatalogue().front();
-    if (!controller.activePlayer() || !QFile::exists(folder_ + u'/' + demoTrackPath(album, album.tracks.back())))
-        return;
     controller.playAlbum(*Album::make(ItemSourceType::iTunes, {}, album.title, album.artist, {}, false), {});
 }
 

@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace merlode {
@@ -23,16 +25,20 @@ void configureDemo(UserDefaults& userDefaults, const QString& demoFolder);
 /// Main thread.
 class Demo {
   public:
-    Demo(Session& session, QString demoFolder);
+    /// `launchPlayer` is called when the first album is there; the player then finds it at its first look.
+    Demo(Session& session, QString demoFolder, std::function<void()> launchPlayer);
 
   private:
     void makeMusic();
+    void firstAlbumIsThere();
     void tryToPlay();
 
     Session& session_;
     QString folder_;
+    std::function<void()> launchPlayer_;
     Timer retry_;
     int attempts_ = 0;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
 } // namespace merlode

@@ -3,11 +3,12 @@
 #include "app/application.h"
 #include "app/demo.h"
 #include "app/doctor.h"
+#include "app/modules.h"
 #include "app/session_bus.h"
 #include "app/termination_signals.h"
 
-#include <QApplication>
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -139,14 +140,12 @@ int runProgram(int argc, char** argv) {
         return kCannotRun;
     }
     std::unique_ptr<QCoreApplication> qtApplication;
-    if (arguments.headless || arguments.doctor)
+    if (!arguments.headless && !arguments.doctor)
+        qtApplication = modules::makeApplication(argc, argv);
+    if (!qtApplication)
         qtApplication = std::make_unique<QCoreApplication>(argc, argv);
-    else
-        qtApplication = std::make_unique<QApplication>(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("merlode"));
     QCoreApplication::setApplicationVersion(QStringLiteral(MERLODE_VERSION));
-    if (auto* gui = qobject_cast<QApplication*>(qtApplication.get()))
-        gui->setQuitOnLastWindowClosed(false);
     const int exitCode = arguments.doctor ? printDoctor() : runApplication(arguments, demoFolder.value_or(QString()));
     qtApplication.reset();
     if (demoFolder)

@@ -3,15 +3,45 @@
 #include <QBuffer>
 #include <QImageReader>
 
+#include <algorithm>
+#include <array>
+
 namespace merlode {
 
+namespace {
+
+struct Signature {
+    const char* format;
+    qsizetype offset;
+    QByteArrayView bytes;
+};
+
+// The formats in which covers come. Naming one keeps Qt from loading the plug-ins of all the others, and keeps
+// bytes from outside away from decoders that no cover needs.
+QByteArray formatOf(const QByteArray& bytes) {
+    static const std::array signatures{
+        Signature{"png", 0, "\x89PNG"},        Signature{"jpeg", 0, "\xff\xd8\xff"},
+        Signature{"gif", 0, "GIF8"},           Signature{"webp", 8, "WEBP"},
+        Signature{"tiff", 0, {"II*\0", 4}},    Signature{"tiff", 0, {"MM\0*", 4}},
+        Signature{"bmp", 0, "BM"},
+    };
+    for (const auto& signature : signatures) {
+        if (QByteArrayView(bytes).sliced(std::min(signature.offset, bytes.size())).startsWith(signature.bytes))
+            return signature.format;
+    }
+    return {};
+}
+
+} // namespace
+
 std::optional<Image> Image::decode(const QByteArray& bytes) {
-    if (bytes.isEmpty() || bytes.size() > kMostBytes)
+    const QByteArray format = formatOf(bytes);
+    if (format.isEmpty() || bytes.size() > kMostBytes)
         return std::nullopt;
     QBuffer buffer;
     buffer.setData(bytes);
     buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
+    QImageReader reader(&buffer, format);
     const QSize size = reader.size();
     if (size.isValid() && qint64(size.width()) * size.height() > kMostPixels)
         return std::nullopt;

@@ -1,4 +1,4 @@
-#include "app/demo_catalogue.h"
+#include "app/demo/demo_catalogue.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
-#include "app/demo_music.h"
+#include "app/demo/demo_music.h"
 
-#include "app/demo_random.h"
+#include "app/demo/demo_random.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/demo_catalogue.h"
+#include "app/demo/demo_catalogue.h"
 
 #include <functional>
 

@@ -1,7 +1,7 @@
-#include "app/demo_library.h"
+#include "app/demo/demo_library.h"
 
-#include "app/demo_cover.h"
-#include "app/demo_music.h"
+#include "app/demo/demo_cover.h"
+#include "app/demo/demo_music.h"
 
 #include <QBuffer>
 #include <QDir>

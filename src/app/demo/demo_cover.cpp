@@ -1,6 +1,6 @@
-#include "app/demo_cover.h"
+#include "app/demo/demo_cover.h"
 
-#include "app/demo_random.h"
+#include "app/demo/demo_random.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,0 +1,71 @@
+#include "app/modules.h"
+
+#include "base/run_loop.h"
+#include "platform/alerts.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QLibrary>
+#include <QLoggingCategory>
+
+#include <filesystem>
+
+namespace merlode {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
+
+// Known without a QCoreApplication, which one of the modules makes.
+QString moduleFolder() {
+    std::error_code error;
+    const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
+    return QString::fromStdString((executable.parent_path().parent_path() / "lib" / "merlode").string());
+}
+
+template<class Function>
+Function* find(const QString& module, const char* symbol) {
+    QLibrary library(moduleFolder() + u'/' + module);
+    library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+    const auto function = library.resolve(symbol);
+    if (!function)
+        qCWarning(log).noquote() << "a part of the program is missing:" << library.errorString();
+    return reinterpret_cast<Function*>(function);
+}
+
+} // namespace
+
+namespace modules {
+
+std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv) {
+    const auto make =
+        find<QCoreApplication*(int*, char**)>(QStringLiteral("merlode-widgets"), "merlodeMakeApplication");
+    return std::unique_ptr<QCoreApplication>(make ? make(&argc, argv) : nullptr);
+}
+
+std::unique_ptr<Alerts> makeAlerts(RunLoop& loop) {
+    const auto make = find<Alerts*(RunLoop*)>(QStringLiteral("merlode-widgets"), "merlodeMakeAlerts");
+    return std::unique_ptr<Alerts>(make ? make(&loop) : nullptr);
+}
+
+bool makeDemoAlbum(const QString& folder, int index) {
+    const auto make = find<bool(const QString*, int)>(QStringLiteral("merlode-demo"), "merlodeMakeDemoAlbum");
+    return make && make(&folder, index);
+}
+
+bool makeDemoLibrary(const QString& folder) {
+    const auto make = find<bool(const QString*)>(QStringLiteral("merlode-demo"), "merlodeMakeDemoLibrary");
+    return make && make(&folder);
+}
+
+} // namespace modules
+
+std::optional<QByteArray> LazyHttpClient::get(const QString& url, double timeoutSeconds, qint64 mostBytes) {
+    std::call_once(loaded_, [this] {
+        const auto make = find<HttpClient*()>(QStringLiteral("merlode-http"), "merlodeMakeHttpClient");
+        client_.reset(make ? make() : nullptr);
+    });
+    return client_ ? client_->get(url, timeoutSeconds, mostBytes) : std::nullopt;
+}
+
+} // namespace merlode
