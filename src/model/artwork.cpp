@@ -10,7 +10,7 @@ namespace merlode {
 const Image& sSharedAlbumArtworkImage() {
     static const Image image = [] {
         registerModelImages();
-        return Image(QImage(QStringLiteral(":/merlode/images/PanelAlbumArt.png")));
+        return Image(QImage(QStringLiteral(":/merlode/images/PanelAlbumArt.png"), "PNG"));
     }();
     return image;
 }
