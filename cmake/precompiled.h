@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariant>
+
 #include <algorithm>
 #include <functional>
 #include <map>

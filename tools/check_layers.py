@@ -32,14 +32,14 @@ ROWS = [
 # What stands beside the rows, with all that it may use.
 ASIDE = {
     "platform/linux": ["base", "platform"],
-    "main": ["app"],
+    "main": ["app", "ctl"],
     "modules": ["base", "platform", "platform/linux", "ui/widgets", "app"],
     "page": ["base", "platform"],
     "ctl": ["base"],
 }
 
 # Who may use a folder that stands beside the rows.
-OPEN_TO = {"app": ["platform/linux"], "modules": ["platform/linux"]}
+OPEN_TO = {"app": ["platform/linux"]}
 
 # Families of Qt headers and the only folders that may include them.
 QT_FAMILIES = {

@@ -42,11 +42,16 @@ QString localizedHostName() {
 } // namespace
 
 AppDelegate::AppDelegate(Session& session, QString resourceFolder)
-    : session_(session), resourceFolder_(std::move(resourceFolder)),
-      controllers_(session.port<ControllersLink>()), windows_(session.port<WindowsLink>()),
-      hosts_(session.port<HostsLink>()), store_(session.port<StoreLink>()) {}
+    : session_(session),
+      resourceFolder_(std::move(resourceFolder)),
+      controllers_(session.port<ControllersLink>()),
+      windows_(session.port<WindowsLink>()),
+      hosts_(session.port<HostsLink>()),
+      store_(session.port<StoreLink>()) {}
 
-AppDelegate::~AppDelegate() { session_.port<UserNotificationCenter>().setDelegate(nullptr); }
+AppDelegate::~AppDelegate() {
+    session_.port<UserNotificationCenter>().setDelegate(nullptr);
+}
 
 void AppDelegate::registerUserDefaults() {
     QFile file(resourceFolder_ + QStringLiteral("/Defaults.plist"));
@@ -116,15 +121,17 @@ void AppDelegate::registerForNotifications() {
         Of object;
     };
     constexpr Entry entries[] = {
-        {kWindowDidResignKey, Of::Panel},     {kOpenPanelWindow, Of::Any},
-        {kDisplaySearchTracks, Of::Panel},    {kDisplaySearchAlbums, Of::Panel},
-        {kDisplaySearchPandora, Of::Panel},   {kShowWindowView, Of::Panel},
-        {kShowFavoritesView, Of::Panel},      {kSettingsButtonSelected, Of::Settings},
-        {kWindowWillClose, Of::LastFM},       {kOpenLastFMWindow, Of::Any},
-        {kSelectSearchField, Of::Any},        {kGlobalHotKeySelected, Of::Any},
+        {kWindowDidResignKey, Of::Panel},   {kOpenPanelWindow, Of::Any},
+        {kDisplaySearchTracks, Of::Panel},  {kDisplaySearchAlbums, Of::Panel},
+        {kDisplaySearchPandora, Of::Panel}, {kShowWindowView, Of::Panel},
+        {kShowFavoritesView, Of::Panel},    {kSettingsButtonSelected, Of::Settings},
+        {kWindowWillClose, Of::LastFM},     {kOpenLastFMWindow, Of::Any},
+        {kSelectSearchField, Of::Any},      {kGlobalHotKeySelected, Of::Any},
     };
     auto& center = session_.notificationCenter();
-    const auto toWindows = [this](const Notification& notification) { windows_.windowNotification(notification); };
+    const auto toWindows = [this](const Notification& notification) {
+        windows_.windowNotification(notification);
+    };
     for (const auto& entry : entries) {
         const void* window = entry.object == Of::Panel      ? windows_.panelWindow()
                              : entry.object == Of::Settings ? windows_.settingsWindow()
@@ -223,7 +230,9 @@ void AppDelegate::saveAction() {
 
 // The bar and the desktop's notifications.
 
-void AppDelegate::updateStatusItemText(const QString& text) { windows_.updateStatusItemText(text); }
+void AppDelegate::updateStatusItemText(const QString& text) {
+    windows_.updateStatusItemText(text);
+}
 
 void AppDelegate::processUserNotification(const UserNotification& notification) {
     if (sleeping_)

@@ -15,14 +15,14 @@ namespace merlode {
 
 class Session;
 
-/// Brings the program up in its fixed order, stands between it and the desktop's notifications, sees it through
-/// sleep and wake, and shuts it down. Main thread.
+/// Brings the program up in its fixed order, stands between it and the desktop's notifications, sees it
+/// through sleep and wake, and shuts it down. Main thread.
 class AppDelegate final : public ApplicationDelegate, public UserNotificationCenterDelegate {
   public:
     enum class TerminateReply { Now, Cancel };
 
-    /// The session must have its ports and the links of `app_links.h` installed, and be current in every call.
-    /// `resourceFolder` is where "Defaults.plist" lies.
+    /// The session must have its ports and the links of `app_links.h` installed, and be current in every
+    /// call. `resourceFolder` is where "Defaults.plist" lies.
     AppDelegate(Session& session, QString resourceFolder);
     ~AppDelegate() override;
 

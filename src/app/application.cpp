@@ -49,7 +49,9 @@ class Controllers final : public ControllersLink {
 
 } // namespace
 
-QString resourceFolder() { return QCoreApplication::applicationDirPath() + QStringLiteral("/../share/merlode"); }
+QString resourceFolder() {
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/../share/merlode");
+}
 
 QString configFolder() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
@@ -83,8 +85,9 @@ bool Application::becomeTheInstance() {
         parts_->bus.interface()->registerService(service, QDBusConnectionInterface::DontQueueService);
     if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
         return true;
-    auto call = QDBusMessage::createMethodCall(service, QString::fromLatin1(control::kPath),
-                                               QString::fromLatin1(control::kInterface), QStringLiteral("Reopen"));
+    auto call =
+        QDBusMessage::createMethodCall(service, QString::fromLatin1(control::kPath),
+                                       QString::fromLatin1(control::kInterface), QStringLiteral("Reopen"));
     parts_->bus.call(call, QDBus::Block, 2000);
     return false;
 }
@@ -106,7 +109,8 @@ void Application::findPlayers() {
     if (options_.demo)
         configureDemo(parts_->session.port<UserDefaults>(), options_.demoFolder);
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    const QString runtime = options_.demo ? options_.demoFolder : runtimeFolder() + QStringLiteral("/merlode");
+    const QString runtime =
+        options_.demo ? options_.demoFolder : runtimeFolder() + QStringLiteral("/merlode");
     parts_->assignment = std::make_unique<RoleAssignment>(
         parts_->session, *parts_->roles, parts_->bus,
         RoleAssignment::Options{options_.demo, data + QStringLiteral("/merlode/mpd"),
@@ -164,9 +168,10 @@ void Application::serveBus() {
         return error;
     };
     actions.doctor = [&parts, facts](std::function<void(QList<QVariantMap>)> done) {
-        parts.session.queue(kDoctorQueue).async([&loop = parts.session.runLoop(), facts, done = std::move(done)] {
-            loop.async([done, checks = doctorAnswer(runDoctor(facts))] { done(checks); });
-        });
+        parts.session.queue(kDoctorQueue)
+            .async([&loop = parts.session.runLoop(), facts, done = std::move(done)] {
+                loop.async([done, checks = doctorAnswer(runDoctor(facts))] { done(checks); });
+            });
     };
     actions.reopen = reopen;
     actions.quit = quit;
@@ -178,8 +183,8 @@ void Application::serveBus() {
         qCWarning(log) << "media keys will not work: the MPRIS name is taken";
 }
 
-// A private mpd is started without being asked, and a player that comes up idle gets the role when nobody has it:
-// the first "play" should have somebody to go to.
+// A private mpd is started without being asked, and a player that comes up idle gets the role when nobody has
+// it: the first "play" should have somebody to go to.
 void Application::keepSomebodyInCharge() {
     auto& parts = *parts_;
     if (!options_.demo)
@@ -195,7 +200,8 @@ void Application::keepSomebodyInCharge() {
 }
 
 void Application::terminate() {
-    if (!parts_->delegate || parts_->delegate->applicationShouldTerminate() == AppDelegate::TerminateReply::Cancel)
+    if (!parts_->delegate ||
+        parts_->delegate->applicationShouldTerminate() == AppDelegate::TerminateReply::Cancel)
         return;
     parts_->delegate->applicationWillTerminate();
     QCoreApplication::quit();

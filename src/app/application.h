@@ -16,8 +16,8 @@ struct ApplicationOptions {
     QString demoFolder;     ///< holds the demo's home; empty without --demo
 };
 
-/// The whole program put together: makes a session with the real ports, runs the launch and serves the bus. Needs
-/// a QCoreApplication (with a display a QApplication) and a session bus. Main thread.
+/// The whole program put together: makes a session with the real ports, runs the launch and serves the bus.
+/// Needs a QCoreApplication (with a display a QApplication) and a session bus. Main thread.
 class Application {
   public:
     explicit Application(ApplicationOptions options);
@@ -25,8 +25,8 @@ class Application {
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
 
-    /// Takes the program's name on the bus. False when an instance runs already: it has then been asked to come
-    /// forward, and there is nothing more to do here.
+    /// Takes the program's name on the bus. False when an instance runs already: it has then been asked to
+    /// come forward, and there is nothing more to do here.
     bool becomeTheInstance();
 
     /// Brings the program up. The event loop of the QCoreApplication does the rest.

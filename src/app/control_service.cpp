@@ -58,18 +58,18 @@ bool ControlService::registerOn(QDBusConnection bus) {
 
 void ControlService::answer(std::function<QVariant()> work) {
     setDelayedReply(true);
-    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(),
-                              work = std::move(work)] {
-        if (!self)
-            return;
-        const QVariant value = work();
-        if (value.metaType() == QMetaType::fromType<ControlError>()) {
-            const auto error = value.value<ControlError>();
-            bus.send(call.createErrorReply(error.name, error.message));
-        } else {
-            bus.send(value.isValid() ? call.createReply(value) : call.createReply());
-        }
-    });
+    session_.runLoop().async(
+        [self = QPointer(this), call = message(), bus = connection(), work = std::move(work)] {
+            if (!self)
+                return;
+            const QVariant value = work();
+            if (value.metaType() == QMetaType::fromType<ControlError>()) {
+                const auto error = value.value<ControlError>();
+                bus.send(call.createErrorReply(error.name, error.message));
+            } else {
+                bus.send(value.isValid() ? call.createReply(value) : call.createReply());
+            }
+        });
 }
 
 void ControlService::command(std::function<Outcome(PlayerController&)> work) {

@@ -19,7 +19,9 @@ Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
 constexpr double kRetrySeconds = 0.1;
 constexpr int kMostAttempts = 300;
 
-QString musicFolderOf(const QString& home) { return home + QStringLiteral("/Music"); }
+QString musicFolderOf(const QString& home) {
+    return home + QStringLiteral("/Music");
+}
 
 } // namespace
 
@@ -44,7 +46,7 @@ void configureDemo(UserDefaults& userDefaults, const QString& demoFolder) {
     userDefaults.set(defaults::kMusicFolder, musicFolderOf(demoFolder));
 }
 
-Demo::Demo(Session& session, QString demoFolder, std::function<void()> launchPlayer)
+Demo::Demo(Session& session, const QString& demoFolder, std::function<void()> launchPlayer)
     : session_(session), folder_(musicFolderOf(demoFolder)), launchPlayer_(std::move(launchPlayer)) {
     makeMusic();
 }

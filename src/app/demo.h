@@ -13,9 +13,9 @@ namespace merlode {
 
 class UserDefaults;
 
-/// Makes a throw-away home in the temporary folder and points HOME and the XDG variables at it, so that nothing of
-/// the user's is read or written. The runtime folder stays: `merlodectl` looks there. To be called before Qt
-/// starts. The folder's path, or nothing where it cannot be made.
+/// Makes a throw-away home in the temporary folder and points HOME and the XDG variables at it, so that
+/// nothing of the user's is read or written. The runtime folder stays: `merlodectl` looks there. To be called
+/// before Qt starts. The folder's path, or nothing where it cannot be made.
 std::optional<QString> makeDemoHome();
 
 /// Settings of the demo: an mpd of its own on the generated library, and no other player.
@@ -26,7 +26,7 @@ void configureDemo(UserDefaults& userDefaults, const QString& demoFolder);
 class Demo {
   public:
     /// `launchPlayer` is called when the first album is there; the player then finds it at its first look.
-    Demo(Session& session, QString demoFolder, std::function<void()> launchPlayer);
+    Demo(Session& session, const QString& demoFolder, std::function<void()> launchPlayer);
 
   private:
     void makeMusic();

@@ -27,7 +27,8 @@ Check checkSessionBus(const QDBusConnection& bus) {
     if (bus.isConnected())
         return {name, State::Ok, QStringLiteral("connected"), {}};
     return {name, State::Missing, bus.lastError().message(),
-            QStringLiteral("log in to a desktop session, or install \"dbus\": merlode then starts a bus of its own")};
+            QStringLiteral(
+                "log in to a desktop session, or install \"dbus\": merlode then starts a bus of its own")};
 }
 
 Check checkFolder(const QString& name, const QString& path, const QString& mend) {
@@ -35,7 +36,8 @@ Check checkFolder(const QString& name, const QString& path, const QString& mend)
     QTemporaryFile probe(path + QStringLiteral("/.probe-XXXXXX"));
     if (!path.isEmpty() && probe.open())
         return {name, State::Ok, path, {}};
-    return {name, State::Warning, QStringLiteral("%1 cannot be written").arg(path.isEmpty() ? name : path), mend};
+    return {name, State::Warning, QStringLiteral("%1 cannot be written").arg(path.isEmpty() ? name : path),
+            mend};
 }
 
 Check checkResources(const QString& folder) {
@@ -61,7 +63,10 @@ Check checkUserMpd(Executor& executor) {
     if (const auto running = findRunningMpd(addresses, kMpdLookSeconds, executor))
         return {name, State::Ok, QStringLiteral("answers at ") + running->text(), {}};
     if (qEnvironmentVariableIsEmpty("MPD_HOST"))
-        return {name, State::Ok, QStringLiteral("none runs; merlode starts a private one where it is needed"), {}};
+        return {name,
+                State::Ok,
+                QStringLiteral("none runs; merlode starts a private one where it is needed"),
+                {}};
     return {name, State::Warning, QStringLiteral("MPD_HOST is set, but nothing answers there"),
             QStringLiteral("start that mpd, or correct MPD_HOST")};
 }

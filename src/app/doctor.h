@@ -23,8 +23,8 @@ struct DoctorFacts {
     QString musicFolder;
 };
 
-/// Looks at each thing that the program relies on. Blocks for up to three seconds: not on the main thread of a
-/// running program. Any thread with a QCoreApplication in the process.
+/// Looks at each thing that the program relies on. Blocks for up to three seconds: not on the main thread of
+/// a running program. Any thread with a QCoreApplication in the process.
 QList<Check> runDoctor(const DoctorFacts& facts);
 
 /// The checks under the keys of the control interface.

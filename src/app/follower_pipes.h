@@ -9,8 +9,8 @@
 
 namespace merlode {
 
-/// Pipes on which followers read the status, one line a change. A follower that does not read is skipped ahead:
-/// it never holds up the program, and gets the latest line when it reads again. Main thread.
+/// Pipes on which followers read the status, one line a change. A follower that does not read is skipped
+/// ahead: it never holds up the program, and gets the latest line when it reads again. Main thread.
 class FollowerPipes {
   public:
     /// More followers than this are refused.

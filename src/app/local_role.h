@@ -18,8 +18,8 @@ struct LocalRoleFacts {
     bool userMpdRuns = false;
 };
 
-/// The setting decides where it names a kind; with "auto", or anything unknown, an MPD that the user runs comes
-/// first, then a desktop player that the user chose, then an MPD of our own.
+/// The setting decides where it names a kind; with "auto", or anything unknown, an MPD that the user runs
+/// comes first, then a desktop player that the user chose, then an MPD of our own.
 LocalPlayerKind chooseLocalPlayer(const LocalRoleFacts& facts);
 
 } // namespace merlode

@@ -14,8 +14,9 @@ namespace merlode {
 class Alerts;
 class RunLoop;
 
-/// Parts of the program that are loaded when they are needed, from ../lib/merlode beside the executable. A module
-/// that cannot be loaded is reported once in the log; what it would have done is then not there. Any thread.
+/// Parts of the program that are loaded when they are needed, from ../lib/merlode beside the executable. A
+/// module that cannot be loaded is reported once in the log; what it would have done is then not there. Any
+/// thread.
 namespace modules {
 
 /// The core application with widgets, for a display. Null where the module is missing.
@@ -24,8 +25,8 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv);
 /// Alerts as message boxes; null where the module is missing.
 std::unique_ptr<Alerts> makeAlerts(RunLoop& loop);
 
-/// Makes one album of the demo's music below `folder`, counted as in `demoCatalogue`, or all that are not there
-/// yet. Blocks for seconds: not on the main thread. False where it cannot be made.
+/// Makes one album of the demo's music below `folder`, counted as in `demoCatalogue`, or all that are not
+/// there yet. Blocks for seconds: not on the main thread. False where it cannot be made.
 bool makeDemoAlbum(const QString& folder, int index);
 bool makeDemoLibrary(const QString& folder);
 

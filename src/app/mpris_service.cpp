@@ -18,7 +18,9 @@ const QString kPlayerInterface = QStringLiteral("org.mpris.MediaPlayer2.Player")
 constexpr qlonglong kMicroseconds = 1'000'000;
 constexpr double kSeekJump = 2.0; // seconds off that count as a seek
 
-PlayerController& controller() { return PlayerController::sharedController(); }
+PlayerController& controller() {
+    return PlayerController::sharedController();
+}
 
 PlayerCapabilities capabilities() {
     const auto& player = controller().activePlayer();
@@ -35,13 +37,19 @@ QDBusObjectPath trackPath(const Track* track) {
 
 } // namespace
 
-MprisRootAdaptor::MprisRootAdaptor(MprisService& service) : QDBusAbstractAdaptor(&service), service_(service) {}
+MprisRootAdaptor::MprisRootAdaptor(MprisService& service)
+    : QDBusAbstractAdaptor(&service), service_(service) {}
 
-void MprisRootAdaptor::Raise() { service_.reopen(); }
+void MprisRootAdaptor::Raise() {
+    service_.reopen();
+}
 
-void MprisRootAdaptor::Quit() { service_.quit(); }
+void MprisRootAdaptor::Quit() {
+    service_.quit();
+}
 
-MprisPlayerAdaptor::MprisPlayerAdaptor(MprisService& service) : QDBusAbstractAdaptor(&service), service_(service) {}
+MprisPlayerAdaptor::MprisPlayerAdaptor(MprisService& service)
+    : QDBusAbstractAdaptor(&service), service_(service) {}
 
 QString MprisPlayerAdaptor::playbackStatus() const {
     const SessionScope scope(&service_.session());
@@ -129,7 +137,9 @@ void MprisPlayerAdaptor::Pause() {
     });
 }
 
-void MprisPlayerAdaptor::Stop() { Pause(); }
+void MprisPlayerAdaptor::Stop() {
+    Pause();
+}
 
 void MprisPlayerAdaptor::Next() {
     service_.command([] { controller().nextTrack(); });
@@ -165,7 +175,7 @@ void MprisPlayerAdaptor::SetPosition(const QDBusObjectPath& trackId, qlonglong p
 }
 
 MprisService::MprisService(Session& session, StatusPublisher& publisher, std::function<void()> reopen,
-                         std::function<void()> quit)
+                           std::function<void()> quit)
     : session_(session), reopen_(std::move(reopen)), quit_(std::move(quit)), root_(*this), player_(*this) {
     publisher.addBatchListener([this] { publish(); });
 }
@@ -203,8 +213,9 @@ void MprisService::publish() {
     }
     published_ = now;
     if (!changed.isEmpty()) {
-        auto signal = QDBusMessage::createSignal(kMprisPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                 QStringLiteral("PropertiesChanged"));
+        auto signal =
+            QDBusMessage::createSignal(kMprisPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+                                       QStringLiteral("PropertiesChanged"));
         signal << kPlayerInterface << changed << QStringList{};
         bus_->send(signal);
     }

@@ -99,7 +99,7 @@ class MprisService final : public QObject {
     Q_OBJECT
   public:
     MprisService(Session& session, StatusPublisher& publisher, std::function<void()> reopen,
-                std::function<void()> quit);
+                 std::function<void()> quit);
 
     /// Puts the object on the bus and takes the name. False when the name is taken.
     bool registerOn(QDBusConnection bus);

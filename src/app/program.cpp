@@ -33,7 +33,9 @@ struct Arguments {
     std::optional<int> exitCode; ///< set when there is nothing to run
 };
 
-void print(std::FILE* stream, const QString& text) { std::fputs(text.toLocal8Bit().constData(), stream); }
+void print(std::FILE* stream, const QString& text) {
+    std::fputs(text.toLocal8Bit().constData(), stream);
+}
 
 // Read before the QCoreApplication is made, since they decide which kind is.
 Arguments readArguments(int argc, char** argv) {
@@ -41,14 +43,15 @@ Arguments readArguments(int argc, char** argv) {
     for (int index = 0; index < argc; ++index)
         words << QString::fromLocal8Bit(argv[index]);
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("One remote control for the music players that you have. It is controlled with merlodectl "
-                       "and with the media keys."));
+    parser.setApplicationDescription(QStringLiteral(
+        "One remote control for the music players that you have. It is controlled with merlodectl "
+        "and with the media keys."));
     const QCommandLineOption headless(QStringLiteral("headless"),
                                       QStringLiteral("Run without windows; needs no display."));
     const QCommandLineOption demo(
         QStringLiteral("demo"),
-        QStringLiteral("Run on a generated music library in a throw-away home; needs no player and no music."));
+        QStringLiteral(
+            "Run on a generated music library in a throw-away home; needs no player and no music."));
     const QCommandLineOption doctor(
         QStringLiteral("doctor"),
         QStringLiteral("Check what the program relies on, print it as JSON, and end."));
@@ -100,7 +103,8 @@ int runApplication(const Arguments& arguments, const QString& demoFolder) {
     Application application({arguments.headless, arguments.demo, resourceFolder(), demoFolder});
     if (!application.becomeTheInstance()) {
         if (arguments.demo) {
-            print(stderr, QStringLiteral("merlode: it runs already; end it with \"merlodectl quit\" before the demo\n"));
+            print(stderr, QStringLiteral(
+                              "merlode: it runs already; end it with \"merlodectl quit\" before the demo\n"));
             return kCannotRun;
         }
         print(stderr, QStringLiteral("merlode: it runs already and was asked to come forward\n"));
@@ -136,7 +140,8 @@ int runProgram(int argc, char** argv) {
     }
     const auto demoFolder = arguments.demo ? makeDemoHome() : std::optional<QString>();
     if (arguments.demo && !demoFolder) {
-        print(stderr, QStringLiteral("merlode: the demo's folder cannot be made in %1\n").arg(QDir::tempPath()));
+        print(stderr,
+              QStringLiteral("merlode: the demo's folder cannot be made in %1\n").arg(QDir::tempPath()));
         return kCannotRun;
     }
     std::unique_ptr<QCoreApplication> qtApplication;
@@ -146,7 +151,8 @@ int runProgram(int argc, char** argv) {
         qtApplication = std::make_unique<QCoreApplication>(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("merlode"));
     QCoreApplication::setApplicationVersion(QStringLiteral(MERLODE_VERSION));
-    const int exitCode = arguments.doctor ? printDoctor() : runApplication(arguments, demoFolder.value_or(QString()));
+    const int exitCode =
+        arguments.doctor ? printDoctor() : runApplication(arguments, demoFolder.value_or(QString()));
     qtApplication.reset();
     if (demoFolder)
         QDir(*demoFolder).removeRecursively();

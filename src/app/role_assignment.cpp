@@ -38,7 +38,10 @@ QString musicFolder(const UserDefaults& userDefaults) {
 }
 
 RoleAssignment::RoleAssignment(Session& session, PlayerRoles& roles, QDBusConnection bus, Options options)
-    : session_(session), roles_(roles), defaults_(session.port<UserDefaults>()), bus_(std::move(bus)),
+    : session_(session),
+      roles_(roles),
+      defaults_(session.port<UserDefaults>()),
+      bus_(std::move(bus)),
       options_(std::move(options)) {}
 
 void RoleAssignment::assignAll() {
@@ -84,8 +87,9 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() {
 }
 
 std::unique_ptr<PlayerProgram> RoleAssignment::makePrivateMpd() const {
-    return std::make_unique<MpdProgram>(PrivateMpdOptions{options_.privateMpdState, options_.privateMpdRuntime,
-                                                          musicFolder(defaults_), std::nullopt},
+    return std::make_unique<MpdProgram>(PrivateMpdOptions{options_.privateMpdState,
+                                                          options_.privateMpdRuntime, musicFolder(defaults_),
+                                                          std::nullopt},
                                         session_);
 }
 

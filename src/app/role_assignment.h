@@ -22,9 +22,9 @@ class RoleAssignment {
     static constexpr double kMpdLookTime = 0.3;
 
     struct Options {
-        bool localOnly = false;     ///< leaves the two other roles empty, as the demo does
-        QString privateMpdState;    ///< where the private mpd keeps its database
-        QString privateMpdRuntime;  ///< where the private mpd has its socket
+        bool localOnly = false;    ///< leaves the two other roles empty, as the demo does
+        QString privateMpdState;   ///< where the private mpd keeps its database
+        QString privateMpdRuntime; ///< where the private mpd has its socket
     };
 
     RoleAssignment(Session& session, PlayerRoles& roles, QDBusConnection bus, Options options);
@@ -33,8 +33,8 @@ class RoleAssignment {
     void assignAll();
 
     /// Stores the user's choice for a role and puts it into effect. `role` is "local", "spotify" or "rdio";
-    /// `program` an MPRIS name, "none", or for the local role also "auto", "mpd" or "private". The reason where
-    /// that makes no sense.
+    /// `program` an MPRIS name, "none", or for the local role also "auto", "mpd" or "private". The reason
+    /// where that makes no sense.
     std::optional<ControlError> use(const QString& role, const QString& program);
 
     /// Starts the private mpd, where the local role is left to one.

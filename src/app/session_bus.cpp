@@ -31,7 +31,9 @@ bool busExists() {
     return !runtime.isEmpty() && QFileInfo::exists(runtime + QStringLiteral("/bus"));
 }
 
-QByteArray addressOf(const QString& socket) { return "unix:path=" + QFile::encodeName(socket); }
+QByteArray addressOf(const QString& socket) {
+    return "unix:path=" + QFile::encodeName(socket);
+}
 
 bool answers(const QString& socket) {
     sockaddr_un address{};
@@ -104,7 +106,8 @@ void SessionBus::start(const QString& socket) {
     if (process_ > 0 && isUp(ends[0]))
         publish(socket);
     else
-        error_ = QStringLiteral("there is no session bus, and dbus-daemon could not be started: install \"dbus\"");
+        error_ =
+            QStringLiteral("there is no session bus, and dbus-daemon could not be started: install \"dbus\"");
     close(ends[0]);
 }
 

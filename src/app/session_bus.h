@@ -6,10 +6,10 @@
 
 namespace merlode {
 
-/// Makes sure that there is a session bus, also on a machine without a desk. Where DBUS_SESSION_BUS_ADDRESS is
-/// set or the user's bus socket exists nothing is done; else a bus is started that ends with the program, and
-/// its address is put into the environment and into `control::kBusAddressFile`, where `merlodectl` finds it. To
-/// be called before anything uses D-Bus. Main thread; waits up to two seconds for a new bus.
+/// Makes sure that there is a session bus, also on a machine without a desk. Where DBUS_SESSION_BUS_ADDRESS
+/// is set or the user's bus socket exists nothing is done; else a bus is started that ends with the program,
+/// and its address is put into the environment and into `control::kBusAddressFile`, where `merlodectl` finds
+/// it. To be called before anything uses D-Bus. Main thread; waits up to two seconds for a new bus.
 class SessionBus {
   public:
     SessionBus();

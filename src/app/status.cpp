@@ -13,7 +13,9 @@ namespace {
 
 using control::status::kState;
 
-QString text(const char* key) { return QString::fromLatin1(key); }
+QString text(const char* key) {
+    return QString::fromLatin1(key);
+}
 
 std::optional<PlayerRole> roleOf(MusicPlayerType type) {
     switch (type) {

@@ -27,8 +27,9 @@ class DeadlineQueue {
     /// The earliest deadline, or nothing when the queue is empty.
     std::optional<double> nextDeadline() const;
 
-    /// Takes the earliest work that is due at `now`, or null. Repeating work is put back with its next deadline
-    /// first, the periods that lie wholly before `now` dropped, so that it may cancel itself while it runs.
+    /// Takes the earliest work that is due at `now`, or null. Repeating work is put back with its next
+    /// deadline first, the periods that lie wholly before `now` dropped, so that it may cancel itself while
+    /// it runs.
     std::shared_ptr<Work> takeDue(double now);
 
     /// Empties the queue. What the dropped closures own is destroyed on the calling thread.

@@ -15,8 +15,8 @@ namespace {
 constexpr unsigned kFewestThreads = 4;
 constexpr std::chrono::seconds kIdleLife{30};
 
-// On standard threads, not on QThreadPool: the thread sanitizer then sees the hand-over of work, which inside an
-// uninstrumented library it does not.
+// On standard threads, not on QThreadPool: the thread sanitizer then sees the hand-over of work, which inside
+// an uninstrumented library it does not.
 class ThreadPoolExecutor final : public Executor {
   public:
     ~ThreadPoolExecutor() override {
@@ -81,6 +81,8 @@ class ThreadPoolExecutor final : public Executor {
 
 } // namespace
 
-std::unique_ptr<Executor> makeThreadPoolExecutor() { return std::make_unique<ThreadPoolExecutor>(); }
+std::unique_ptr<Executor> makeThreadPoolExecutor() {
+    return std::make_unique<ThreadPoolExecutor>();
+}
 
 } // namespace merlode

@@ -16,17 +16,19 @@ struct Signature {
     QByteArrayView bytes;
 };
 
-// The formats in which covers come. Naming one keeps Qt from loading the plug-ins of all the others, and keeps
-// bytes from outside away from decoders that no cover needs.
+// The formats in which covers come. Naming one keeps Qt from loading the plug-ins of all the others, and
+// keeps bytes from outside away from decoders that no cover needs.
 QByteArray formatOf(const QByteArray& bytes) {
     static const std::array signatures{
-        Signature{"png", 0, "\x89PNG"},        Signature{"jpeg", 0, "\xff\xd8\xff"},
-        Signature{"gif", 0, "GIF8"},           Signature{"webp", 8, "WEBP"},
-        Signature{"tiff", 0, {"II*\0", 4}},    Signature{"tiff", 0, {"MM\0*", 4}},
+        Signature{"png", 0, "\x89PNG"},     Signature{"jpeg", 0, "\xff\xd8\xff"},
+        Signature{"gif", 0, "GIF8"},        Signature{"webp", 8, "WEBP"},
+        Signature{"tiff", 0, {"II*\0", 4}}, Signature{"tiff", 0, {"MM\0*", 4}},
         Signature{"bmp", 0, "BM"},
     };
     for (const auto& signature : signatures) {
-        if (QByteArrayView(bytes).sliced(std::min(signature.offset, bytes.size())).startsWith(signature.bytes))
+        if (QByteArrayView(bytes)
+                .sliced(std::min(signature.offset, bytes.size()))
+                .startsWith(signature.bytes))
             return signature.format;
     }
     return {};

@@ -19,8 +19,8 @@ class Image {
     Image() = default;
     explicit Image(QImage pixels) : pixels_(std::make_shared<const QImage>(std::move(pixels))) {}
 
-    /// Decodes a JPEG, PNG, GIF, WebP, TIFF or BMP picture. Nothing for bytes that are none of these or exceed the
-    /// limits above; the pixel limit is checked before the pixels are decoded.
+    /// Decodes a JPEG, PNG, GIF, WebP, TIFF or BMP picture. Nothing for bytes that are none of these or
+    /// exceed the limits above; the pixel limit is checked before the pixels are decoded.
     static std::optional<Image> decode(const QByteArray& bytes);
 
     explicit operator bool() const { return pixels_ != nullptr; }

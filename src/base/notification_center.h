@@ -21,8 +21,8 @@ struct Notification {
     QVariantMap userInfo;
 };
 
-/// A handle on one registration; the observer is unregistered when the handle is destroyed, also in the middle
-/// of a delivery, and is not called any more from then on.
+/// A handle on one registration; the observer is unregistered when the handle is destroyed, also in the
+/// middle of a delivery, and is not called any more from then on.
 class Observation {
   public:
     Observation() = default;

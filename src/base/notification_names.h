@@ -83,8 +83,8 @@ inline constexpr NotificationName kWorkspaceDidLaunchApplication{
 inline constexpr NotificationName kWorkspaceWillSleep{"NSWorkspaceWillSleepNotification"};
 inline constexpr NotificationName kWorkspaceDidWake{"NSWorkspaceDidWakeNotification"};
 
-// The distributed centre: announcements from other programs. The players' carry what they told of the track as
-// "Name", "Artist" and "Album", each absent where the player did not tell.
+// The distributed centre: announcements from other programs. The players' carry what they told of the track
+// as "Name", "Artist" and "Album", each absent where the player did not tell.
 inline constexpr NotificationName kITunesPlayerInfo{"com.apple.iTunes.playerInfo"};
 inline constexpr NotificationName kSpotifyPlaybackStateChanged{"com.spotify.client.PlaybackStateChanged"};
 inline constexpr NotificationName kInterfaceThemeChanged{"AppleInterfaceThemeChangedNotification"};

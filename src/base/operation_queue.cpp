@@ -19,7 +19,9 @@ void Operation::run() {
 OperationQueue::OperationQueue(QString label, Executor& executor, Session* session)
     : queue_(std::move(label), executor, session) {}
 
-OperationQueue::~OperationQueue() { cancelAllOperations(); }
+OperationQueue::~OperationQueue() {
+    cancelAllOperations();
+}
 
 void OperationQueue::addOperation(std::shared_ptr<Operation> operation) {
     {

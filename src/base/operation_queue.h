@@ -10,12 +10,12 @@
 
 namespace merlode {
 
-/// One cancellable piece of background work. The body asks `isCancelled()` between its steps and returns early
-/// when it is; nobody stops it by force.
+/// One cancellable piece of background work. The body asks `isCancelled()` between its steps and returns
+/// early when it is; nobody stops it by force.
 class Operation {
   public:
-    /// `body` runs on the queue, then `completion` on the same thread. Of an operation that was cancelled before
-    /// its turn only the completion runs, which can tell by `isCancelled()`.
+    /// `body` runs on the queue, then `completion` on the same thread. Of an operation that was cancelled
+    /// before its turn only the completion runs, which can tell by `isCancelled()`.
     explicit Operation(std::function<void(const Operation&)> body,
                        std::function<void(const Operation&)> completion = {});
 
@@ -35,8 +35,8 @@ class Operation {
     std::atomic<bool> finished_ = false;
 };
 
-/// Runs operations one at a time in the order of adding. Its destructor cancels all and waits for the one that
-/// runs.
+/// Runs operations one at a time in the order of adding. Its destructor cancels all and waits for the one
+/// that runs.
 class OperationQueue {
   public:
     OperationQueue(QString label, Executor& executor, Session* session);

@@ -70,8 +70,8 @@ QVariantList toList(plist_t node) {
 QVariant integerToVariant(plist_t node) {
     std::uint64_t value = 0;
     plist_get_uint_val(node, &value);
-    // The library keeps a sign only by the width it wrote: a value above the signed range that reads as negative
-    // was negative in the text.
+    // The library keeps a sign only by the width it wrote: a value above the signed range that reads as
+    // negative was negative in the text.
     return QVariant::fromValue(static_cast<qlonglong>(value));
 }
 
@@ -145,7 +145,8 @@ plist_t fromDate(const QDateTime& date) {
 QByteArray cleanText(QString text) {
     text.removeIf([](QChar character) {
         const auto code = character.unicode();
-        return (code < 0x20 && code != '\t' && code != '\n' && code != '\r') || code == 0xFFFE || code == 0xFFFF;
+        return (code < 0x20 && code != '\t' && code != '\n' && code != '\r') || code == 0xFFFE ||
+               code == 0xFFFF;
     });
     return text.toUtf8();
 }

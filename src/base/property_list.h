@@ -5,8 +5,9 @@
 
 #include <optional>
 
-/// Property lists in their XML form. Values are QVariants: bool, qlonglong (or qulonglong where only that fits),
-/// double, QString, QByteArray, QDateTime (UTC), QVariantList and QVariantMap, and each survives a round trip.
+/// Property lists in their XML form. Values are QVariants: bool, qlonglong (or qulonglong where only that
+/// fits), double, QString, QByteArray, QDateTime (UTC), QVariantList and QVariantMap, and each survives a
+/// round trip.
 namespace merlode::property_list {
 
 /// How deep containers may nest in a text that is read; deeper texts are refused. Nothing the program writes

@@ -22,7 +22,9 @@ QEvent::Type wakeEventType() {
     return type;
 }
 
-double cleanDelay(double seconds) { return seconds > 0 ? seconds : 0; }
+double cleanDelay(double seconds) {
+    return seconds > 0 ? seconds : 0;
+}
 
 } // namespace
 
@@ -32,14 +34,18 @@ QtRunLoop::QtRunLoop() : queue_(std::make_shared<DeadlineQueue>()) {
     connect(&timer_, &QTimer::timeout, this, [this] { serve(); });
 }
 
-QtRunLoop::~QtRunLoop() { queue_->clear(); }
+QtRunLoop::~QtRunLoop() {
+    queue_->clear();
+}
 
 void QtRunLoop::async(Work work) {
     queue_->add(uptime(), 0, std::move(work));
     wake();
 }
 
-Timer QtRunLoop::after(double seconds, Work work) { return schedule(cleanDelay(seconds), 0, std::move(work)); }
+Timer QtRunLoop::after(double seconds, Work work) {
+    return schedule(cleanDelay(seconds), 0, std::move(work));
+}
 
 Timer QtRunLoop::every(double seconds, Work work) {
     const double period = std::max(cleanDelay(seconds), kShortestPeriodSeconds);
@@ -106,6 +112,8 @@ void QtRunLoop::armTimer() {
     timer_.start(static_cast<int>(std::ceil(std::min(seconds, kLongestTimerSeconds) * 1000)));
 }
 
-void QtRunLoop::resume() { armTimer(); }
+void QtRunLoop::resume() {
+    armTimer();
+}
 
 } // namespace merlode

@@ -4,7 +4,9 @@
 
 namespace merlode {
 
-RunLoop::Hold::Hold(RunLoop& loop) : loop_(loop) { ++loop_.holds_; }
+RunLoop::Hold::Hold(RunLoop& loop) : loop_(loop) {
+    ++loop_.holds_;
+}
 
 RunLoop::Hold::~Hold() {
     if (--loop_.holds_ == 0)

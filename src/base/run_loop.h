@@ -47,8 +47,8 @@ class RunLoop {
     using Work = std::function<void()>;
 
     /// While one of these exists the queue stands still: nothing that was or is scheduled runs, timers
-    /// included; what fell due meanwhile runs, once each, when the last hold has gone. A modal alert holds the
-    /// loop, so that no message or timer is handled under it. Main thread.
+    /// included; what fell due meanwhile runs, once each, when the last hold has gone. A modal alert holds
+    /// the loop, so that no message or timer is handled under it. Main thread.
     class Hold {
       public:
         explicit Hold(RunLoop& loop);
@@ -69,8 +69,9 @@ class RunLoop {
     /// delays count as 0.
     [[nodiscard]] virtual Timer after(double seconds, Work work) = 0;
 
-    /// Runs `work` every `seconds`, first after one period, until the handle goes. Main thread. A period below
-    /// one millisecond is taken as one millisecond. Periods missed (by a hold or a slow machine) are dropped.
+    /// Runs `work` every `seconds`, first after one period, until the handle goes. Main thread. A period
+    /// below one millisecond is taken as one millisecond. Periods missed (by a hold or a slow machine) are
+    /// dropped.
     [[nodiscard]] virtual Timer every(double seconds, Work work) = 0;
 
     /// Runs `work` once, `seconds` from now; nobody can cancel it. The work must hold what it touches weakly.

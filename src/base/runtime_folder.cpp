@@ -1,6 +1,7 @@
 #include "base/runtime_folder.h"
 
 #include <QFile>
+
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -65,12 +65,12 @@ class Session {
         return *static_cast<Port*>(findErased(typeid(Port)));
     }
 
-    /// The shared instance of `Controller`, made on first use with its default constructor. Its constructor may
-    /// ask for other shared controllers, which then outlive it.
+    /// The shared instance of `Controller`, made on first use with its default constructor. Its constructor
+    /// may ask for other shared controllers, which then outlive it.
     template<class Controller>
     Controller& shared() {
-        return *static_cast<Controller*>(
-            sharedErased(typeid(Controller), [] { return std::shared_ptr<void>(std::make_shared<Controller>()); }));
+        return *static_cast<Controller*>(sharedErased(
+            typeid(Controller), [] { return std::shared_ptr<void>(std::make_shared<Controller>()); }));
     }
 
     /// The serial queue with this label, made on first use.

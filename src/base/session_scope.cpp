@@ -10,8 +10,12 @@ thread_local Session* currentSession = nullptr;
 
 SessionScope::SessionScope(Session* session) : previous_(std::exchange(currentSession, session)) {}
 
-SessionScope::~SessionScope() { currentSession = previous_; }
+SessionScope::~SessionScope() {
+    currentSession = previous_;
+}
 
-Session* SessionScope::current() { return currentSession; }
+Session* SessionScope::current() {
+    return currentSession;
+}
 
 } // namespace merlode

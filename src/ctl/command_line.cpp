@@ -1,6 +1,7 @@
 #include "ctl/command_line.h"
 
 #include <QRegularExpression>
+
 #include <algorithm>
 #include <cmath>
 

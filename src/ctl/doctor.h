@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QJsonArray>
+
 #include <optional>
 
 namespace merlode::ctl {

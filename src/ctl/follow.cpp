@@ -12,10 +12,12 @@
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QJsonDocument>
+
 #include <cerrno>
 #include <csignal>
-#include <poll.h>
 #include <thread>
+
+#include <poll.h>
 #include <unistd.h>
 
 namespace merlode::ctl {

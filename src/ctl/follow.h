@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QJsonObject>
+
 #include <optional>
 
 namespace merlode::ctl {

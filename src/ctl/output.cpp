@@ -3,6 +3,7 @@
 #include "ctl/plain_text.h"
 
 #include <cerrno>
+
 #include <poll.h>
 #include <unistd.h>
 

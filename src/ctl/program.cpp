@@ -8,7 +8,9 @@
 #include <QDBusMetaType>
 #include <QFile>
 #include <QFileInfo>
+
 #include <csignal>
+
 #include <unistd.h>
 
 namespace merlode::ctl {

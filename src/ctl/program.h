@@ -7,6 +7,7 @@
 #include <QJsonObject>
 #include <QStringList>
 #include <QVariant>
+
 #include <memory>
 
 namespace merlode::ctl {

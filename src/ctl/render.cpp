@@ -5,6 +5,7 @@
 
 #include <QJsonDocument>
 #include <QStringList>
+
 #include <algorithm>
 #include <array>
 

@@ -1,9 +1,11 @@
 #include "ctl/run.h"
 
 #include <QCoreApplication>
+
 #include <clocale>
 #include <csignal>
 #include <cstring>
+
 #include <langinfo.h>
 
 namespace {

@@ -4,6 +4,7 @@
 #include "model/music_item.h"
 
 #include <QStringList>
+
 #include <vector>
 
 namespace merlode {

@@ -4,6 +4,7 @@
 
 #include <QRect>
 #include <QSize>
+
 #include <array>
 
 /// Operations on pictures. A point is a pixel here: pictures carry no scale of their own. Any thread, but

@@ -4,6 +4,7 @@
 #include "model/item_source_type.h"
 
 #include <QString>
+
 #include <memory>
 #include <mutex>
 #include <optional>

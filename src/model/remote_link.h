@@ -3,6 +3,7 @@
 #include "model/remote_action.h"
 
 #include <QVariantMap>
+
 #include <optional>
 
 namespace merlode {

@@ -6,6 +6,7 @@
 #include <QStringEncoder>
 #include <QStringList>
 #include <QTextBoundaryFinder>
+
 #include <algorithm>
 
 namespace merlode {

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringConverter>
 #include <QVariantMap>
+
 #include <iterator>
 #include <unordered_set>
 #include <vector>

@@ -5,7 +5,9 @@
 // Loaded by the demo only: nothing else in the program writes music.
 extern "C" {
 
-bool merlodeMakeDemoAlbum(const QString* folder, int index) { return merlode::makeDemoAlbum(*folder, index); }
+bool merlodeMakeDemoAlbum(const QString* folder, int index) {
+    return merlode::makeDemoAlbum(*folder, index);
+}
 
 bool merlodeMakeDemoLibrary(const QString* folder) {
     const bool made = merlode::makeDemoLibrary(*folder, {});

@@ -11,5 +11,7 @@ QCoreApplication* merlodeMakeApplication(int* argc, char** argv) {
     return application;
 }
 
-merlode::Alerts* merlodeMakeAlerts(merlode::RunLoop* loop) { return new merlode::MessageBoxAlerts(*loop); }
+merlode::Alerts* merlodeMakeAlerts(merlode::RunLoop* loop) {
+    return new merlode::MessageBoxAlerts(*loop);
+}
 }

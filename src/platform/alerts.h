@@ -20,9 +20,9 @@ class Alerts {
   public:
     virtual ~Alerts() = default;
 
-    /// Shows the alert and waits for the answer: `kAlertFirstButtonReturn` plus the button's index. While it is
-    /// up the run loop is held and user interface events go on. Without a display the alert goes to the log and
-    /// the first button is taken at once.
+    /// Shows the alert and waits for the answer: `kAlertFirstButtonReturn` plus the button's index. While it
+    /// is up the run loop is held and user interface events go on. Without a display the alert goes to the
+    /// log and the first button is taken at once.
     virtual int runModal(const Alert& alert) = 0;
 };
 

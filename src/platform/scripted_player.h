@@ -17,8 +17,8 @@ inline constexpr double kPlayerCallTimeout = 1.0;
 /// ends the pause at once.
 inline constexpr double kHungPlayerPause = 10.0;
 
-/// How long the signals behind a first one are collected, in seconds: one change of track shows as up to eleven
-/// signals within 20 ms, and what comes within this time is taken in together.
+/// How long the signals behind a first one are collected, in seconds: one change of track shows as up to
+/// eleven signals within 20 ms, and what comes within this time is taken in together.
 inline constexpr double kAnnouncementBurst = 0.05;
 
 /// The state code of a playing player, "kPSP"; every other code means not playing.
@@ -29,8 +29,8 @@ inline constexpr std::uint32_t kPlayerStateStopped = 0x6b505353; // "kPSS"
 /// What a player tells of its current track. A field is absent where the player did not tell it, or told
 /// something of the wrong type, out of range or too long (`kLongestPlayerText`).
 struct ScriptedTrack {
-    std::optional<QString> id;     ///< stable across plays: a library address, a track id, "spotify:track:..."
-    std::optional<QString> url;    ///< where the music lies, as an address
+    std::optional<QString> id;  ///< stable across plays: a library address, a track id, "spotify:track:..."
+    std::optional<QString> url; ///< where the music lies, as an address
     std::optional<QString> name;
     std::optional<QString> album;
     std::optional<QString> artist;
@@ -105,9 +105,9 @@ class ScriptedPlayer {
     /// Plays the item of this key, or of this address. Control characters are refused.
     virtual void playKey(const QString& key) = 0;
 
-    /// Makes the playlist `playlistName`, replacing one of that name and no other, of the library's tracks that
-    /// match, and plays it once through. False when nothing matches or the player has no library of its own; the
-    /// playlists are then as they were.
+    /// Makes the playlist `playlistName`, replacing one of that name and no other, of the library's tracks
+    /// that match, and plays it once through. False when nothing matches or the player has no library of its
+    /// own; the playlists are then as they were.
     virtual bool playFromLibrary(const LibraryQuery& query, const QString& playlistName) = 0;
 
     virtual PlayerCapabilities capabilities() = 0;
@@ -119,8 +119,8 @@ class ScriptedPlayers {
     virtual ~ScriptedPlayers() = default;
 
     /// The running player whose process this is, for the role with this bundle identifier
-    /// ("com.apple.iTunes", "com.spotify.client", "com.rdio.desktop"). Null when that process is gone or plays
-    /// another role. Calls on a player that quits later give nothing.
+    /// ("com.apple.iTunes", "com.spotify.client", "com.rdio.desktop"). Null when that process is gone or
+    /// plays another role. Calls on a player that quits later give nothing.
     virtual std::shared_ptr<ScriptedPlayer> player(const QString& bundleIdentifier,
                                                    std::int32_t processIdentifier) = 0;
 };

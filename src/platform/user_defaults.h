@@ -8,13 +8,14 @@
 
 namespace merlode {
 
-/// The store of settings. A read falls through from the user's own values to the registered ones. Main thread.
+/// The store of settings. A read falls through from the user's own values to the registered ones. Main
+/// thread.
 class UserDefaults {
   public:
     virtual ~UserDefaults() = default;
 
-    /// Fall-back values for keys that the user has not set. They are never written to disk; later calls add to
-    /// and replace earlier ones key by key.
+    /// Fall-back values for keys that the user has not set. They are never written to disk; later calls add
+    /// to and replace earlier ones key by key.
     virtual void registerDefaults(const QVariantMap& values) = 0;
 
     /// Stores a value, which is written to disk soon and by `synchronize` at the latest. An invalid QVariant

@@ -14,8 +14,9 @@ struct RunningApplication {
 };
 
 /// The applications of the desktop by their role. An implementation posts
-/// `notifications::kWorkspaceDidLaunchApplication` on the session's workspace centre, with the user information
-/// "NSApplicationName", whenever the program in a role has come up. Main thread; nothing here blocks.
+/// `notifications::kWorkspaceDidLaunchApplication` on the session's workspace centre, with the user
+/// information "NSApplicationName", whenever the program in a role has come up. Main thread; nothing here
+/// blocks.
 class Workspace {
   public:
     virtual ~Workspace() = default;

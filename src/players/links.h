@@ -11,8 +11,8 @@
 #include <memory>
 #include <optional>
 
-/// What player control asks of parts that stand above it. Each link has a null implementation, which does what a
-/// program without that part would do; `src/app` installs the real ones. All on the main thread.
+/// What player control asks of parts that stand above it. Each link has a null implementation, which does
+/// what a program without that part would do; `src/app` installs the real ones. All on the main thread.
 namespace merlode {
 
 class Album;

@@ -38,9 +38,13 @@ std::shared_ptr<Track> iTunesPlayer::getCurrentTrack() {
     return details ? Track::iTunesTrack(*details, details->id) : currentTrack_;
 }
 
-std::optional<int> iTunesPlayer::playerPosition() { return wholeSeconds(app.playerPosition()); }
+std::optional<int> iTunesPlayer::playerPosition() {
+    return wholeSeconds(app.playerPosition());
+}
 
-std::optional<int> iTunesPlayer::trackDuration() { return wholeSeconds(app.trackDuration()); }
+std::optional<int> iTunesPlayer::trackDuration() {
+    return wholeSeconds(app.trackDuration());
+}
 
 void iTunesPlayer::playTrack(const Track& track) {
     if (app.createPlaylistForTrack(track.name(), track.albumName(), track.artistName()))
@@ -112,9 +116,13 @@ std::shared_ptr<Track> RdioPlayer::getCurrentTrack() {
     return details ? Track::RdioTrack(*details, details->id) : nullptr;
 }
 
-std::optional<int> RdioPlayer::playerPosition() { return wholeSeconds(app.playerPosition()); }
+std::optional<int> RdioPlayer::playerPosition() {
+    return wholeSeconds(app.playerPosition());
+}
 
-std::optional<int> RdioPlayer::trackDuration() { return wholeSeconds(app.trackDuration()); }
+std::optional<int> RdioPlayer::trackDuration() {
+    return wholeSeconds(app.trackDuration());
+}
 
 void RdioPlayer::playTrack(const Track& track) {
     if (const auto key = track.rdioPlayKey())

@@ -10,7 +10,9 @@ namespace merlode {
 template<class App>
 class ScriptedMusicPlayer : public MusicPlayer {
   public:
-    explicit ScriptedMusicPlayer(MusicPlayerType playerType) : MusicPlayer(playerType) { processID = app.processID; }
+    explicit ScriptedMusicPlayer(MusicPlayerType playerType) : MusicPlayer(playerType) {
+        processID = app.processID;
+    }
 
     void playpause() override { app.playpause(); }
     void previousTrack() override { app.previousTrack(); }

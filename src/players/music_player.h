@@ -18,8 +18,8 @@ inline constexpr std::uint32_t kPlayStatePlaying = 0;
 /// Paused, stopped or unknown.
 inline constexpr std::uint32_t kPlayStateNotPlaying = 1;
 
-/// One player that can be in charge, seen through the few operations that all of them share. The base class does
-/// nothing; each adapter overrides what its service can do. Main thread; no operation blocks longer than
+/// One player that can be in charge, seen through the few operations that all of them share. The base class
+/// does nothing; each adapter overrides what its service can do. Main thread; no operation blocks longer than
 /// `kPlayerCallTimeout`, and a player that is gone or hung gives nothing.
 class MusicPlayer {
   public:

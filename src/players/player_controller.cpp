@@ -19,13 +19,19 @@ namespace {
 Q_LOGGING_CATEGORY(log, "merlode.players", QtWarningMsg)
 } // namespace
 
-PlayerController& PlayerController::sharedController() { return Session::current().shared<PlayerController>(); }
+PlayerController& PlayerController::sharedController() {
+    return Session::current().shared<PlayerController>();
+}
 
 PlayerController::PlayerController()
-    : session_(Session::current()), appDelegate_(session_.port<ApplicationDelegate>()),
-      defaults_(session_.port<UserDefaults>()), workspace_(session_.port<Workspace>()),
-      remoteLink_(session_.port<RemoteLink>()), search_(session_.port<SearchLink>()),
-      reports_(session_.port<PlayReports>()), pandora_(session_.port<PandoraLink>()),
+    : session_(Session::current()),
+      appDelegate_(session_.port<ApplicationDelegate>()),
+      defaults_(session_.port<UserDefaults>()),
+      workspace_(session_.port<Workspace>()),
+      remoteLink_(session_.port<RemoteLink>()),
+      search_(session_.port<SearchLink>()),
+      reports_(session_.port<PlayReports>()),
+      pandora_(session_.port<PandoraLink>()),
       currentAlbumArt_(sSharedAlbumArtworkImage()) {
     activePlayer_.onSet([this](const auto& oldValue) { activePlayerWasSet(oldValue); });
     currentPlayState_.onSet([this](auto) {
@@ -121,7 +127,9 @@ void PlayerController::rdioStateChanged(const Notification& notification) {
     stateChanged(Intake::Rdio, notification);
 }
 
-void PlayerController::applicationBecameActive(const Notification&) { updateVolume(); }
+void PlayerController::applicationBecameActive(const Notification&) {
+    updateVolume();
+}
 
 void PlayerController::stateChanged(Intake source, const Notification& notification) {
     const auto rememberTrack = [&] {
@@ -220,15 +228,16 @@ QVariantMap PlayerController::trackMessage(const Track& track) const {
 }
 
 QVariantMap PlayerController::emptyTrackMessage() const {
-    QVariantMap message{{QStringLiteral("trackDictionary"), QVariantMap{{QStringLiteral("trackName"), QString()},
-                                                                        {QStringLiteral("albumName"), QString()},
-                                                                        {QStringLiteral("artistName"), QString()},
-                                                                        {QStringLiteral("duration"), 0},
-                                                                        {QStringLiteral("explicit"), false},
-                                                                        {QStringLiteral("number"), 0}}},
-                        {QStringLiteral("source"), QString()},
-                        {QStringLiteral("trackDuration"), 0},
-                        {QStringLiteral("playerPosition"), 0}};
+    QVariantMap message{
+        {QStringLiteral("trackDictionary"), QVariantMap{{QStringLiteral("trackName"), QString()},
+                                                        {QStringLiteral("albumName"), QString()},
+                                                        {QStringLiteral("artistName"), QString()},
+                                                        {QStringLiteral("duration"), 0},
+                                                        {QStringLiteral("explicit"), false},
+                                                        {QStringLiteral("number"), 0}}},
+        {QStringLiteral("source"), QString()},
+        {QStringLiteral("trackDuration"), 0},
+        {QStringLiteral("playerPosition"), 0}};
     addAvailability(message);
     return message;
 }
@@ -261,9 +270,9 @@ void PlayerController::broadcastAllStates() {
     async([this] {
         broadcastVolume();
         broadcastPlayState();
-        remoteLink_.broadcastMessage(RemoteAction::trackChanged,
-                                     currentTrack() && activePlayer() ? trackMessage(*currentTrack())
-                                                                      : emptyTrackMessage());
+        remoteLink_.broadcastMessage(RemoteAction::trackChanged, currentTrack() && activePlayer()
+                                                                     ? trackMessage(*currentTrack())
+                                                                     : emptyTrackMessage());
         broadcastAlbumArt();
     });
 }

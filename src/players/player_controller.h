@@ -41,8 +41,8 @@ struct PendingMusicItem {
 };
 
 /// Owns the role of the active player: decides who has it, listens to what the players announce, mirrors the
-/// active one into its own fields and publishes each change through notifications and, for the clients of this
-/// machine, through `RemoteLink`. Every command of the interface is one call here. Main thread.
+/// active one into its own fields and publishes each change through notifications and, for the clients of
+/// this machine, through `RemoteLink`. Every command of the interface is one call here. Main thread.
 class PlayerController {
   public:
     /// The controller of the current session, made on first use. Making it picks the first active player and
@@ -76,7 +76,7 @@ class PlayerController {
     /// Never empty: the placeholder where there is no art.
     const Image& currentAlbumArt() const { return currentAlbumArt_.get(); }
 
-    std::shared_ptr<RemotePlayer> remotePlayer; ///< held while this instance is a client
+    std::shared_ptr<RemotePlayer> remotePlayer;          ///< held while this instance is a client
     std::optional<MusicPlayerType> lastActivePlayerType; ///< last player of this machine that was active
     std::optional<PendingMusicItem> pendingMusicItemAndPlayer;
     std::optional<QString> remoteClientName; ///< on whose behalf an item is being played
@@ -95,8 +95,8 @@ class PlayerController {
 
     // Commands. Without an active player they do nothing.
 
-    /// Shows the opposite state at once and reads the true one back a second later. With `delayed` the state is
-    /// only published again after a second, for players that take their time.
+    /// Shows the opposite state at once and reads the true one back a second later. With `delayed` the state
+    /// is only published again after a second, for players that take their time.
     void playPause(bool delayed = false);
     void nextTrack();
     void previousTrack();
@@ -116,8 +116,8 @@ class PlayerController {
 
     // Who is in charge.
 
-    /// Adapters of the three applications: present only while the application is installed and runs. Each read
-    /// makes a new one.
+    /// Adapters of the three applications: present only while the application is installed and runs. Each
+    /// read makes a new one.
     std::shared_ptr<iTunesPlayer> itunesPlayer() const;
     std::shared_ptr<SpotifyPlayer> spotifyPlayer() const;
     std::shared_ptr<RdioPlayer> rdioPlayer() const;
@@ -127,8 +127,8 @@ class PlayerController {
     ItemSourceType availableSources() const;
     /// Picks the first active player: one that plays, else the last active kind, else any that runs.
     void setupMusicPlayers();
-    /// Gives a player the role and pauses the others. Null, and a player of the kind that has the role already,
-    /// change nothing.
+    /// Gives a player the role and pauses the others. Null, and a player of the kind that has the role
+    /// already, change nothing.
     void switchToPlayer(const std::shared_ptr<MusicPlayer>& player);
 
     // Looking at the active player anew, and telling everybody.
@@ -138,8 +138,8 @@ class PlayerController {
     /// With `known` the stored play state is right already and only published.
     void updatePlayState(bool known);
     void updateVolume();
-    /// Fetches the art of the track after the time its player needs, unless that album's art is shown already.
-    /// `secondAttempt` marks the one repetition for Pandora.
+    /// Fetches the art of the track after the time its player needs, unless that album's art is shown
+    /// already. `secondAttempt` marks the one repetition for Pandora.
     void updateAlbumArt(bool secondAttempt);
     /// Art that a search has found; dropped when the track has been left or has art by now.
     void replaceAlbumArt(const Image& image, const QString& trackName, const QString& artistName,

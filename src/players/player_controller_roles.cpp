@@ -216,7 +216,9 @@ void PlayerController::nobodyIsActive() {
     clearPandora();
 }
 
-void PlayerController::showPlaceholderArt() { currentAlbumArt_.set(sSharedAlbumArtworkImage()); }
+void PlayerController::showPlaceholderArt() {
+    currentAlbumArt_.set(sSharedAlbumArtworkImage());
+}
 
 void PlayerController::clearPandora() {
     pandoraTimer_.invalidate();
@@ -232,7 +234,9 @@ void PlayerController::startVolumePolling() {
     volumeTimer_ = session_.runLoop().every(kVolumePollInterval, [this] { checkActivePlayerVolume(); });
 }
 
-void PlayerController::stopVolumePolling() { volumeTimer_.invalidate(); }
+void PlayerController::stopVolumePolling() {
+    volumeTimer_.invalidate();
+}
 
 void PlayerController::startProcessIDPolling() {
     if (processIDTimer_ || !activePlayer() || timersKilled_)
@@ -240,7 +244,9 @@ void PlayerController::startProcessIDPolling() {
     processIDTimer_ = session_.runLoop().every(kProcessIDPollInterval, [this] { checkProcessID(); });
 }
 
-void PlayerController::stopProcessIDPolling() { processIDTimer_.invalidate(); }
+void PlayerController::stopProcessIDPolling() {
+    processIDTimer_.invalidate();
+}
 
 void PlayerController::checkProcessID() {
     const auto player = activePlayer();

@@ -17,8 +17,8 @@ namespace merlode {
 
 namespace {
 
-// Seconds that each player needs until it has the art of a new track ready; nothing for the remote player, whose
-// server sends the art.
+// Seconds that each player needs until it has the art of a new track ready; nothing for the remote player,
+// whose server sends the art.
 std::optional<double> artDelay(MusicPlayerType type) {
     switch (type) {
     case MusicPlayerType::iTunes:

@@ -18,11 +18,15 @@ constexpr std::array kTypes{
     TypeEntry{MusicPlayerType::Pandora, QLatin1StringView("Pandora"), {}},
 };
 
-const TypeEntry& entry(MusicPlayerType type) { return kTypes.at(static_cast<std::size_t>(type)); }
+const TypeEntry& entry(MusicPlayerType type) {
+    return kTypes.at(static_cast<std::size_t>(type));
+}
 
 } // namespace
 
-QString rawValue(MusicPlayerType type) { return entry(type).rawValue; }
+QString rawValue(MusicPlayerType type) {
+    return entry(type).rawValue;
+}
 
 std::optional<MusicPlayerType> musicPlayerType(QStringView rawValue) {
     for (const auto& candidate : kTypes) {

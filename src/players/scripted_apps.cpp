@@ -34,7 +34,9 @@ ScriptedApp::ScriptedApp(std::string_view bundleIdentifier) {
     application_ = session.port<ScriptedPlayers>().player(identifier, *processID);
 }
 
-std::uint32_t ScriptedApp::playerState() const { return application_ ? application_->playerState() : 0; }
+std::uint32_t ScriptedApp::playerState() const {
+    return application_ ? application_->playerState() : 0;
+}
 
 std::optional<ScriptedTrack> ScriptedApp::currentTrack() const {
     return application_ ? application_->currentTrack() : std::nullopt;
@@ -83,14 +85,18 @@ std::optional<double> iTunesApp::playerPosition() const {
     return application() ? application()->playerPosition() : std::nullopt;
 }
 
-std::optional<double> iTunesApp::trackDuration() const { return durationOf(currentTrack()); }
+std::optional<double> iTunesApp::trackDuration() const {
+    return durationOf(currentTrack());
+}
 
 void iTunesApp::setPlayerPosition(double seconds) const {
     if (application())
         application()->setPlayerPosition(seconds);
 }
 
-std::optional<int> iTunesApp::rating() const { return application() ? application()->rating() : std::nullopt; }
+std::optional<int> iTunesApp::rating() const {
+    return application() ? application()->rating() : std::nullopt;
+}
 
 void iTunesApp::setRating(int rating) const {
     if (application())
@@ -99,13 +105,11 @@ void iTunesApp::setRating(int rating) const {
 
 bool iTunesApp::createPlaylistForTrack(const QString& trackName, const QString& albumName,
                                        const QString& artistName) const {
-    return application() &&
-           application()->playFromLibrary({trackName, albumName, artistName}, kPlaylistName);
+    return application() && application()->playFromLibrary({trackName, albumName, artistName}, kPlaylistName);
 }
 
 bool iTunesApp::createPlaylistForAlbum(const QString& albumName, const QString& artistName) const {
-    return application() &&
-           application()->playFromLibrary({QString(), albumName, artistName}, kPlaylistName);
+    return application() && application()->playFromLibrary({QString(), albumName, artistName}, kPlaylistName);
 }
 
 SpotifyApp::SpotifyApp() : ScriptedApp(MusicPlayerBundleID::Spotify) {}
@@ -119,7 +123,9 @@ std::optional<int> SpotifyApp::playerPosition() const {
     return milliseconds(application() ? application()->playerPosition() : std::nullopt);
 }
 
-std::optional<int> SpotifyApp::trackDuration() const { return milliseconds(durationOf(currentTrack())); }
+std::optional<int> SpotifyApp::trackDuration() const {
+    return milliseconds(durationOf(currentTrack()));
+}
 
 void SpotifyApp::setPlayerPosition(double seconds) const {
     if (application())
@@ -152,7 +158,9 @@ std::optional<double> RdioApp::playerPosition() const {
     return application() ? application()->playerPosition() : std::nullopt;
 }
 
-std::optional<double> RdioApp::trackDuration() const { return durationOf(currentTrack()); }
+std::optional<double> RdioApp::trackDuration() const {
+    return durationOf(currentTrack());
+}
 
 void RdioApp::setPlayerPosition(int seconds) const {
     if (application())

@@ -11,8 +11,8 @@
 
 namespace merlode {
 
-/// A thin wrapper over one scripted application: it is bound to the process that ran when it was made, and its
-/// reads give nothing once that process has gone. Main thread.
+/// A thin wrapper over one scripted application: it is bound to the process that ran when it was made, and
+/// its reads give nothing once that process has gone. Main thread.
 class ScriptedApp {
   public:
     std::optional<std::int32_t> processID;

@@ -8,7 +8,9 @@
 #include <QImage>
 #include <QSet>
 #include <QTemporaryDir>
+
 #include <cmath>
+
 #include <flacfile.h>
 #include <flacpicture.h>
 #include <gtest/gtest.h>

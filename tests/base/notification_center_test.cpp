@@ -16,7 +16,8 @@ TEST(NotificationCenterTest, DeliversInOrderOfRegistrationWithFilterAndInfo) {
     const auto all = center.addObserver(kFirst, [&](const Notification& notification) {
         seen.push_back(notification.userInfo.value(QStringLiteral("Volume")).toInt());
     });
-    const auto ofWindow = center.addObserver(kFirst, [&](const auto&) { seen.push_back(-1); }, &window);
+    const auto ofWindow = center.addObserver(
+        kFirst, [&](const auto&) { seen.push_back(-1); }, &window);
     const auto other = center.addObserver(kSecond, [&](const auto&) { seen.push_back(-2); });
     center.post(kFirst, nullptr, {{QStringLiteral("Volume"), 7}});
     center.post(kFirst, &window);

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>

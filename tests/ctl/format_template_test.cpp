@@ -2,8 +2,10 @@
 #include "ctl/plain_text.h"
 
 #include <QJsonArray>
-#include <gtest/gtest.h>
+
 #include <limits>
+
+#include <gtest/gtest.h>
 
 using namespace merlode::ctl;
 

@@ -4,6 +4,7 @@
 #include "ctl/render.h"
 
 #include <QJsonDocument>
+
 #include <gtest/gtest.h>
 
 using namespace merlode::ctl;

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
+
 #include <gtest/gtest.h>
 
 using namespace merlode::ctl;

@@ -14,7 +14,9 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
+
 #include <csignal>
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>

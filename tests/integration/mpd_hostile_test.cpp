@@ -8,8 +8,10 @@
 #include <QLocalSocket>
 #include <QTcpServer>
 #include <QTcpSocket>
+
 #include <csignal>
 #include <future>
+
 #include <gtest/gtest.h>
 
 namespace merlode {

@@ -7,7 +7,9 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+
 #include <csignal>
+
 #include <gtest/gtest.h>
 
 namespace merlode {

@@ -6,7 +6,9 @@
 
 #include <QElapsedTimer>
 #include <QFileInfo>
+
 #include <csignal>
+
 #include <gtest/gtest.h>
 
 namespace merlode {

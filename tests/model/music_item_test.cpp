@@ -8,6 +8,7 @@
 #include "support/test_session.h"
 
 #include <QBuffer>
+
 #include <gtest/gtest.h>
 
 namespace merlode {

@@ -1,3 +1,4 @@
+#include "base/executor.h"
 #include "base/session.h"
 #include "model/album.h"
 #include "model/artwork.h"
@@ -5,15 +6,16 @@
 #include "model/queues.h"
 #include "model/track.h"
 #include "support/fake_http.h"
-#include "base/executor.h"
 #include "support/virtual_run_loop.h"
 
 #include <QBuffer>
+
 #include <atomic>
 #include <future>
-#include <gtest/gtest.h>
 #include <latch>
 #include <thread>
+
+#include <gtest/gtest.h>
 
 namespace merlode {
 namespace {

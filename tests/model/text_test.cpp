@@ -1,8 +1,9 @@
 #include "model/remote_action.h"
 #include "model/text.h"
 
-#include <gtest/gtest.h>
 #include <set>
+
+#include <gtest/gtest.h>
 
 namespace merlode {
 namespace {

@@ -1,8 +1,9 @@
 #include "platform/linux/mpd_art.h"
 #include "platform/linux/mpd_snapshot.h"
 
-#include <gtest/gtest.h>
 #include <set>
+
+#include <gtest/gtest.h>
 
 namespace merlode {
 namespace {

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QImage>
 #include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 

@@ -2,9 +2,11 @@
 
 #include <QDBusObjectPath>
 #include <QDBusVariant>
+
 #include <cmath>
-#include <gtest/gtest.h>
 #include <limits>
+
+#include <gtest/gtest.h>
 
 namespace merlode::mpris {
 namespace {

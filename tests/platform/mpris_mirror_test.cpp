@@ -1,6 +1,7 @@
 #include "platform/linux/mpris_mirror.h"
 
 #include <cmath>
+
 #include <gtest/gtest.h>
 
 namespace merlode {

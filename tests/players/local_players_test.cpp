@@ -1,7 +1,6 @@
-#include "players/local_players.h"
-
 #include "model/album.h"
 #include "model/track.h"
+#include "players/local_players.h"
 #include "support/player_fixture.h"
 
 namespace merlode {
@@ -9,13 +8,17 @@ namespace {
 
 class LocalPlayersTest : public PlayerFixture {
   protected:
-    Notification info(const QVariantMap& values) { return {notifications::kITunesPlayerInfo, nullptr, values}; }
+    Notification info(const QVariantMap& values) {
+        return {notifications::kITunesPlayerInfo, nullptr, values};
+    }
 };
 
 TEST_F(LocalPlayersTest, OnlyTheStateCodeOfPlayingCountsAsPlaying) {
     auto& player = desktop.start(iTunes);
-    for (const auto& [state, expected] :
-         {std::pair{kPlayerStatePlaying, 0U}, {kPlayerStatePaused, 1U}, {kPlayerStateStopped, 1U}, {0U, 1U}}) {
+    for (const auto& [state, expected] : {std::pair{kPlayerStatePlaying, 0U},
+                                          {kPlayerStatePaused, 1U},
+                                          {kPlayerStateStopped, 1U},
+                                          {0U, 1U}}) {
         player.state = state;
         EXPECT_EQ(iTunesPlayer().getPlayState(), expected) << state;
         EXPECT_EQ(iTunesPlayer().isPlaying(), expected == 0);
@@ -82,7 +85,8 @@ TEST_F(LocalPlayersTest, TheWebServicesNeedEveryText) {
 TEST_F(LocalPlayersTest, PlaysByKeyOrFromTheLibrary) {
     auto& library = desktop.start(iTunes);
     auto& client = desktop.start(spotify);
-    const auto track = Track::UnknownTrack({{}, QStringLiteral("T"), QStringLiteral("B"), QStringLiteral("A")});
+    const auto track =
+        Track::UnknownTrack({{}, QStringLiteral("T"), QStringLiteral("B"), QStringLiteral("A")});
     SpotifyPlayer().playTrack(*track);
     EXPECT_TRUE(client.commands.isEmpty()) << "there is no key to play";
     track->setSpotifyPlayKey(QStringLiteral("spotify:track:1"));
@@ -94,7 +98,8 @@ TEST_F(LocalPlayersTest, PlaysByKeyOrFromTheLibrary) {
     iTunesPlayer().playTrack(*track);
     ASSERT_EQ(alerts.shown.size(), 1U);
     EXPECT_EQ(alerts.shown[0].messageText, u"Track not found");
-    const auto album = Album::make(ItemSourceType::iTunes, {}, QStringLiteral("B"), QStringLiteral("A"), {}, false);
+    const auto album =
+        Album::make(ItemSourceType::iTunes, {}, QStringLiteral("B"), QStringLiteral("A"), {}, false);
     iTunesPlayer().playAlbum(*album);
     EXPECT_EQ(alerts.shown.size(), 1U) << "an album that is not there is no alert";
     EXPECT_EQ(library.commands, (QStringList{QStringLiteral("Merlode|T|B|A"), QStringLiteral("Merlode|T|B|A"),

@@ -1,7 +1,6 @@
-#include "players/player_controller.h"
-
 #include "model/artwork.h"
 #include "model/track.h"
+#include "players/player_controller.h"
 #include "players/remote_player.h"
 #include "support/player_fixture.h"
 
@@ -126,7 +125,8 @@ TEST_F(PlayerControllerTest, AStreamIsKnownByTheAnnouncementThatBringsItIn) {
                                  {QStringLiteral("Album"), QStringLiteral("Station")}});
     ASSERT_NE(controller().currentTrack(), nullptr);
     EXPECT_EQ(controller().currentTrack()->name(), u"Stream");
-    EXPECT_EQ(remote.last(RemoteAction::trackChanged).value(QStringLiteral("source")), QStringLiteral("AppleMusic"));
+    EXPECT_EQ(remote.last(RemoteAction::trackChanged).value(QStringLiteral("source")),
+              QStringLiteral("AppleMusic"));
 }
 
 TEST_F(PlayerControllerTest, TheLocalMachineTakesOverFromARemoteServerUnlessItIsConnecting) {
@@ -249,7 +249,8 @@ TEST_F(PlayerControllerTest, CommandsWithoutAPlayerDoNothing) {
 // Launched applications.
 
 TEST_F(PlayerControllerTest, APendingItemPlaysOnceItsOwnPlayerIsUp) {
-    const auto track = Track::SpotifyTrack({{}, QStringLiteral("T"), {}, {}}, QStringLiteral("spotify:track:1"));
+    const auto track =
+        Track::SpotifyTrack({{}, QStringLiteral("T"), {}, {}}, QStringLiteral("spotify:track:1"));
     controller().pendingMusicItemAndPlayer =
         PendingMusicItem{track, MusicItemSourceType::Spotify, std::nullopt, QStringLiteral("Kitchen")};
     desktop.start(rdio);

@@ -81,9 +81,11 @@ class FakeDesktop final : public Workspace, public ScriptedPlayers {
     void quit(const QString& name) { applications[name].process = 0; }
 
     std::optional<QString> fullPathForApplication(const QString& name) override {
-        return applications[name].installed ? std::optional(QStringLiteral("/usr/bin/") + name) : std::nullopt;
+        return applications[name].installed ? std::optional(QStringLiteral("/usr/bin/") + name)
+                                            : std::nullopt;
     }
-    std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const QString& identifier) override {
+    std::vector<RunningApplication>
+    runningApplicationsWithBundleIdentifier(const QString& identifier) override {
         const auto& application = find(identifier);
         if (application.process == 0)
             return {};

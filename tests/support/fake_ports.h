@@ -89,7 +89,8 @@ class RecordingLinks final : public SearchLink, public PlayReports, public Appli
     void reportStartedTrack(const Track& track, int position) override {
         log << QStringLiteral("started %1 at %2").arg(track.name()).arg(position);
     }
-    void reportTrackPlay(const Track& track, const QString& source, const std::optional<QString>& client) override {
+    void reportTrackPlay(const Track& track, const QString& source,
+                         const std::optional<QString>& client) override {
         log << QStringLiteral("play %1 on %2 for %3").arg(track.name(), source, client.value_or(u"-"_qs));
     }
     void reportAlbumPlay(const Album&, const QString& source, const std::optional<QString>&) override {

@@ -7,7 +7,9 @@
 #include <QFile>
 #include <QLocalSocket>
 #include <QTimer>
+
 #include <csignal>
+
 #include <sys/prctl.h>
 
 namespace merlode::testing_support {

@@ -3,6 +3,7 @@
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
+
 #include <functional>
 
 namespace merlode::testing_support {

@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QThread>
 #include <QVariantMap>
+
 #include <mutex>
 
 namespace merlode {

@@ -4,11 +4,13 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+
+#include <random>
+#include <vector>
+
 #include <flacfile.h>
 #include <flacpicture.h>
-#include <random>
 #include <sndfile.h>
-#include <vector>
 #include <xiphcomment.h>
 
 namespace merlode::testing_support {

@@ -10,8 +10,8 @@
 
 namespace merlode {
 
-/// A session with a desktop of fake players around a real `PlayerController`, which is made on first use, so that
-/// a test can set the desktop up before.
+/// A session with a desktop of fake players around a real `PlayerController`, which is made on first use, so
+/// that a test can set the desktop up before.
 class PlayerFixture : public testing::Test {
   protected:
     PlayerFixture() {

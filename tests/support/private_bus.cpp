@@ -4,8 +4,10 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QTimer>
+
 #include <atomic>
 #include <csignal>
+
 #include <sys/prctl.h>
 
 namespace merlode {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-// Every test program has a core application: the Qt run loop, the image readers and D-Bus need one. None needs a
-// display.
+// Every test program has a core application: the Qt run loop, the image readers and D-Bus need one. None
+// needs a display.
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);

@@ -4,6 +4,7 @@
 
 #include <QPainter>
 #include <QPainterPath>
+
 #include <array>
 #include <cmath>
 #include <numbers>

@@ -7,14 +7,16 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
 #include <atomic>
 #include <cstdio>
+#include <thread>
+
 #include <flacfile.h>
 #include <flacpicture.h>
 #include <id3v2framefactory.h>
 #include <sndfile.h>
 #include <tbytevectorstream.h>
-#include <thread>
 #include <xiphcomment.h>
 
 namespace merlode {

@@ -4,8 +4,8 @@
 
 namespace merlode {
 
-/// Web requests through libcurl: certificates are verified, at most five redirects followed, none from https to
-/// another scheme than https. Any thread.
+/// Web requests through libcurl: certificates are verified, at most five redirects followed, none from https
+/// to another scheme than https. Any thread.
 class CurlHttpClient final : public HttpClient {
   public:
     CurlHttpClient();

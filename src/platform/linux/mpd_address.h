@@ -4,6 +4,7 @@
 
 #include <QProcessEnvironment>
 #include <QString>
+
 #include <optional>
 #include <vector>
 

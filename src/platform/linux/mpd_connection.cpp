@@ -2,10 +2,12 @@
 
 #include <QFile>
 #include <QLoggingCategory>
+
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstring>
+
 #include <mpd/async.h>
 #include <mpd/parser.h>
 #include <netdb.h>

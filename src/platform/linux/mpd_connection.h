@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
+
 #include <chrono>
 #include <cstdint>
 #include <memory>

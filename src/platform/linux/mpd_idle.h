@@ -4,6 +4,7 @@
 #include "platform/linux/mpd_connection.h"
 
 #include <QSocketNotifier>
+
 #include <functional>
 #include <memory>
 

@@ -19,9 +19,9 @@ MpdPlayer::MpdPlayer(MpdAddress address, Session& session, MpdSnapshot first, QS
     : loop_(session.runLoop()),
       musicFolder_(std::move(musicFolder)),
       changed_(std::move(changed)),
+      mirror_(std::move(first)),
       link_(std::move(address), session, {.hung = [this] { blank(); }, .back = [this] { refresh(); }}),
       art_(link_) {
-    mirror_ = std::move(first);
     art_.setSong(mirror_.song);
 }
 

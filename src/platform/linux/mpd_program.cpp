@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+
 #include <chrono>
 #include <condition_variable>
 #include <mutex>

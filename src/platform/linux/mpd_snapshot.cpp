@@ -1,6 +1,7 @@
 #include "platform/linux/mpd_snapshot.h"
 
 #include <QUrl>
+
 #include <cmath>
 #include <tuple>
 

@@ -4,6 +4,7 @@
 #include "platform/scripted_player.h"
 
 #include <QByteArray>
+
 #include <optional>
 #include <vector>
 

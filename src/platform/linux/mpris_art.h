@@ -4,6 +4,7 @@
 #include "base/run_loop.h"
 
 #include <QString>
+
 #include <atomic>
 #include <memory>
 #include <optional>

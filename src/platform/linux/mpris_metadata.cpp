@@ -4,6 +4,7 @@
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QRegularExpression>
+
 #include <cmath>
 
 namespace merlode::mpris {

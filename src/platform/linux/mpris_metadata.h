@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QVariant>
+
 #include <optional>
 
 /// Readers of what MPRIS players send. Pure functions: whatever a value's type, they give it or nothing. Any

@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QVariantMap>
+
 #include <cstdint>
 #include <optional>
 

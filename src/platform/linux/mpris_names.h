@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+
 #include <optional>
 
 /// Names and addresses of MPRIS players on the session bus.

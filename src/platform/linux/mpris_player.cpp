@@ -7,6 +7,7 @@
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QUrl>
+
 #include <cmath>
 
 namespace merlode {

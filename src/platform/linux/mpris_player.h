@@ -9,6 +9,7 @@
 #include <QDBusConnection>
 #include <QObject>
 #include <QStringList>
+
 #include <functional>
 
 namespace merlode {

@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QObject>
+
 #include <map>
 #include <memory>
 

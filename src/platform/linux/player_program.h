@@ -12,8 +12,8 @@ namespace merlode {
 /// What a program in a role tells its owner. All three are called through the run loop on the main thread,
 /// never from inside a call that the owner makes.
 struct PlayerProgramEvents {
-    /// The player gave a sign of a change in its track, its state or, by a jump, its position. Called once for
-    /// each sign that really changed something: the owner folds bursts.
+    /// The player gave a sign of a change in its track, its state or, by a jump, its position. Called once
+    /// for each sign that really changed something: the owner folds bursts.
     std::function<void()> changed;
     /// The program came up after `start`; not called for one that ran already.
     std::function<void()> launched;
@@ -37,8 +37,8 @@ class PlayerProgram {
     /// Where the program is installed, or where its socket or host is; nothing where it is not there.
     virtual std::optional<QString> installedPath() = 0;
 
-    /// The process of the running program. For a program on another host a negative number that stands for this
-    /// connection. Nothing while it does not run. Never blocks.
+    /// The process of the running program. For a program on another host a negative number that stands for
+    /// this connection. Nothing while it does not run. Never blocks.
     virtual std::optional<std::int32_t> processIdentifier() = 0;
 
     /// The player, or null while the program does not run. The same object for one run of the program.

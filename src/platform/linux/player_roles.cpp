@@ -41,10 +41,13 @@ QVariantMap announcementInfo(ScriptedPlayer* player) {
 
 } // namespace
 
-QString applicationName(PlayerRole role) { return entry(role).application; }
+QString applicationName(PlayerRole role) {
+    return entry(role).application;
+}
 
 struct PlayerRoles::Seat {
-    Seat(RunLoop& loop, std::function<void()> announce) : burst(loop, kAnnouncementBurst, std::move(announce)) {}
+    Seat(RunLoop& loop, std::function<void()> announce)
+        : burst(loop, kAnnouncementBurst, std::move(announce)) {}
 
     BurstFolder burst;
     std::unique_ptr<PlayerProgram> program; // last: its events reach the burst
@@ -78,9 +81,13 @@ void PlayerRoles::settle() {
     }
 }
 
-PlayerProgram* PlayerRoles::program(PlayerRole role) const { return seat(role).program.get(); }
+PlayerProgram* PlayerRoles::program(PlayerRole role) const {
+    return seat(role).program.get();
+}
 
-PlayerRoles::Seat& PlayerRoles::seat(PlayerRole role) const { return *seats_.at(static_cast<std::size_t>(role)); }
+PlayerRoles::Seat& PlayerRoles::seat(PlayerRole role) const {
+    return *seats_.at(static_cast<std::size_t>(role));
+}
 
 PlayerProgram* PlayerRoles::programOfApplication(const QString& name) const {
     for (const auto role : kPlayerRoles) {

@@ -17,19 +17,19 @@ inline constexpr std::array kPlayerRoles{PlayerRole::Local, PlayerRole::Spotify,
 /// "iTunes", "Spotify" or "Rdio".
 QString applicationName(PlayerRole role);
 
-/// Puts a real program behind each role and speaks for it as an application of the workspace: installed or not,
-/// running with which process, launched, and, for the roles that announce, changed. Main thread.
+/// Puts a real program behind each role and speaks for it as an application of the workspace: installed or
+/// not, running with which process, launched, and, for the roles that announce, changed. Main thread.
 class PlayerRoles final : public Workspace, public ScriptedPlayers {
   public:
     explicit PlayerRoles(Session& session);
     ~PlayerRoles() override;
 
-    /// Puts a program into a role and begins to watch it; null leaves the role empty. A program that was there
-    /// before is let go.
+    /// Puts a program into a role and begins to watch it; null leaves the role empty. A program that was
+    /// there before is let go.
     void assign(PlayerRole role, std::unique_ptr<PlayerProgram> program);
 
-    /// Waits until the players that run have told their state, `kPlayerCallTimeout` seconds at most for all of
-    /// them together. To be called once, before the first look at the players.
+    /// Waits until the players that run have told their state, `kPlayerCallTimeout` seconds at most for all
+    /// of them together. To be called once, before the first look at the players.
     void settle();
 
     /// The program in a role, or null.

@@ -24,7 +24,9 @@ PlistUserDefaults::PlistUserDefaults(QString filePath, RunLoop& loop, Report rep
     load();
 }
 
-PlistUserDefaults::~PlistUserDefaults() { PlistUserDefaults::synchronize(); }
+PlistUserDefaults::~PlistUserDefaults() {
+    PlistUserDefaults::synchronize();
+}
 
 void PlistUserDefaults::load() {
     QFile file(filePath_);
@@ -55,7 +57,9 @@ void PlistUserDefaults::setAsideDamagedFile() {
                 .arg(filePath_, renamed ? QStringLiteral("; the old file is kept as ") + aside : QString()));
 }
 
-void PlistUserDefaults::registerDefaults(const QVariantMap& values) { registered_.insert(values); }
+void PlistUserDefaults::registerDefaults(const QVariantMap& values) {
+    registered_.insert(values);
+}
 
 void PlistUserDefaults::setValue(const QString& key, const QVariant& value) {
     const auto found = values_.constFind(key);

@@ -5,7 +5,9 @@
 #include <QLoggingCategory>
 #include <QSaveFile>
 #include <QStandardPaths>
+
 #include <csignal>
+
 #include <sys/prctl.h>
 #include <unistd.h>
 

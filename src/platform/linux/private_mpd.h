@@ -6,6 +6,7 @@
 
 #include <QProcess>
 #include <QTemporaryDir>
+
 #include <memory>
 #include <optional>
 

@@ -10,8 +10,8 @@ namespace merlode {
 
 /// Tells the session when the machine goes to sleep and wakes, as the log-in manager announces it: posts
 /// `kWorkspaceWillSleep` and `kWorkspaceDidWake` on the workspace centre. Holds a delay lock, so that the
-/// machine waits until the observers have returned (a connection is closed in an orderly way). Without a log-in
-/// manager nothing is posted. Main thread.
+/// machine waits until the observers have returned (a connection is closed in an orderly way). Without a
+/// log-in manager nothing is posted. Main thread.
 class SleepMonitor final : public QObject {
     Q_OBJECT
   public:

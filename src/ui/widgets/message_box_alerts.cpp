@@ -15,7 +15,8 @@ int MessageBoxAlerts::runModal(const Alert& alert) {
     box.setInformativeText(alert.informativeText);
     QList<QAbstractButton*> buttons;
     for (const auto& title : alert.buttons)
-        buttons.append(box.addButton(title, buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole));
+        buttons.append(
+            box.addButton(title, buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole));
     if (!buttons.isEmpty())
         box.setDefaultButton(qobject_cast<QPushButton*>(buttons.first()));
     box.exec();
