@@ -21,6 +21,11 @@ bool isReply(const QDBusMessage& answer) {
     return answer.type() == QDBusMessage::ReplyMessage && !answer.arguments().isEmpty();
 }
 
+// Nonsense in place of the properties must not pass for a player that has lost them all.
+bool isFullReading(const QDBusMessage& answer) {
+    return isReply(answer) && answer.signature() == u"a{sv}";
+}
+
 bool hasControls(const QString& text) {
     return std::ranges::any_of(text, [](QChar c) { return c.category() == QChar::Other_Control; });
 }
@@ -66,7 +71,7 @@ void MprisPlayer::settle(double seconds) {
         return;
     const auto answer =
         calls_.sendAndWait(mpris::kPropertiesInterface, u"GetAll"_qs, {mpris::kPlayerInterface}, seconds);
-    if (!answer || !isReply(*answer))
+    if (!answer || !isFullReading(*answer))
         return;
     answered_ = true;
     if (mirror_.replace(mpris::mapFrom(answer->arguments().constFirst()), runLoop_.uptime()).art)
@@ -225,6 +230,14 @@ void MprisPlayer::ensurePlaying() {
     refresh();
 }
 
+// mpv keeps saying that it is stopped, though it plays, until its pause flag changes: Pause does nothing to a
+// player that is stopped indeed.
+void MprisPlayer::insistOnPlaying() {
+    if (mirror_.state() == kPlayerStateStopped)
+        command(u"Pause"_qs);
+    play();
+}
+
 void MprisPlayer::refreshIfStale() {
     if (calls_.usable() && runLoop_.uptime() - refreshedAt_ > kStaleSeconds)
         refresh();
@@ -243,14 +256,16 @@ void MprisPlayer::refresh() {
 
 void MprisPlayer::refreshed(const QDBusMessage& answer) {
     refreshing_ = false;
-    if (!std::exchange(answered_, true))
+    // A player that is still busy starting counts as up with its first sign of life, which is asked for
+    // again.
+    if (calls_.usable() && !std::exchange(answered_, true))
         events_.answered();
-    if (isReply(answer))
+    if (isFullReading(answer))
         takeIn(mirror_.replace(mpris::mapFrom(answer.arguments().constFirst()), runLoop_.uptime()));
     if (std::exchange(refreshAgain_, false))
         return refresh();
     if (std::exchange(playWhenRead_, false) && mirror_.state() != kPlayerStatePlaying)
-        play();
+        insistOnPlaying();
 }
 
 void MprisPlayer::askPosition() {
@@ -280,8 +295,9 @@ void MprisPlayer::takeIn(const MprisChange& change) {
         events_.changed();
     if (!change.moved)
         return;
-    // A new track in a player that does not say it plays: it may just have forgotten to say so.
-    if (change.track && mirror_.state() != kPlayerStatePlaying)
+    // Players forget to announce what comes with a new state: capabilities, or the state that a new track
+    // brings.
+    if (change.state || (change.track && mirror_.state() != kPlayerStatePlaying))
         refresh();
     else
         askPosition();

@@ -40,7 +40,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     struct Events {
         /// Track, state, capabilities or, by a jump, position changed.
         std::function<void()> changed;
-        /// The first reading of all properties is there, or has failed.
+        /// The player has answered for the first time, be it with an error.
         std::function<void()> answered;
     };
 
@@ -89,6 +89,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     void open(const QString& uri);
     void opened(const QDBusMessage& answer);
     void ensurePlaying();
+    void insistOnPlaying();
     void refresh();
     void refreshIfStale();
     void refreshed(const QDBusMessage& answer);
