@@ -91,8 +91,12 @@ class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
     QString listed() const { return home_.filePath(u"lìsted.wav"_qs); }
     std::shared_ptr<ScriptedPlayer> player() { return program_->player(); }
 
+    /// Polls the volume meanwhile, as the program does with the player in charge.
     bool waitForState(std::uint32_t state) {
-        return waitUntil([=, this] { return player()->playerState() == state; });
+        return waitUntil([=, this] {
+            player()->soundVolume();
+            return player()->playerState() == state;
+        });
     }
 
     /// Waits until the file is loaded: before, players announce its name in place of its title.
@@ -129,9 +133,11 @@ TEST_P(RealMprisPlayerTest, PlaysPausesAndDies) {
     EXPECT_NEAR(track->duration.value_or(0), 60, 1);
     EXPECT_TRUE(player()->capabilities().canPause);
 
+    // strawberry overlooks what it is told in the first moments after it said that it plays.
+    ASSERT_TRUE(waitUntil([this] { return player()->playerPosition() > 0.5; }));
     changes_ = 0;
     player()->pause();
-    ASSERT_TRUE(waitForState(kPlayerStatePaused));
+    ASSERT_TRUE(waitForState(kPlayerStatePaused)) << "the state is " << player()->playerState();
     EXPECT_TRUE(waitUntil([this] { return changes_ > 0; }));
     player()->playpause();
     ASSERT_TRUE(waitForState(kPlayerStatePlaying));

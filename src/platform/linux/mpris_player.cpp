@@ -16,6 +16,7 @@ namespace {
 Q_LOGGING_CATEGORY(lcPlayer, "merlode.platform", QtWarningMsg)
 
 constexpr double kMicroseconds = 1e6;
+constexpr double kPauseSeconds = 0.1;
 
 bool isReply(const QDBusMessage& answer) {
     return answer.type() == QDBusMessage::ReplyMessage && !answer.arguments().isEmpty();
@@ -193,8 +194,7 @@ PlayerCapabilities MprisPlayer::capabilities() {
 
 void MprisPlayer::command(const QString& method, const QVariantList& arguments) {
     // Whatever the user wants now overrules the wish to have an opened address play.
-    opening_.invalidate();
-    playWhenRead_ = false;
+    forgetOpening();
     calls_.send(mpris::kPlayerInterface, method, arguments, [method](const QDBusMessage& answer) {
         if (answer.type() == QDBusMessage::ErrorMessage)
             qCInfo(lcPlayer) << "player refused" << method << answer.errorName();
@@ -207,10 +207,18 @@ void MprisPlayer::setProperty(const QString& name, const QVariant& value) {
 }
 
 void MprisPlayer::open(const QString& uri) {
+    forgetOpening();
+    calls_.send(mpris::kPlayerInterface, u"OpenUri"_qs, {uri},
+                [this, wish = wish_](const QDBusMessage& answer) {
+                    if (wish == wish_)
+                        opened(answer);
+                });
+}
+
+void MprisPlayer::forgetOpening() {
+    ++wish_;
     opening_.invalidate();
     playWhenRead_ = false;
-    calls_.send(mpris::kPlayerInterface, u"OpenUri"_qs, {uri},
-                [this](const QDBusMessage& answer) { opened(answer); });
 }
 
 // Some players load what they open and stay paused, and some begin to play without announcing it.
@@ -230,12 +238,13 @@ void MprisPlayer::ensurePlaying() {
     refresh();
 }
 
-// mpv keeps saying that it is stopped, though it plays, until its pause flag changes: Pause does nothing to a
-// player that is stopped indeed.
+// mpv keeps saying that it is stopped, though it plays, until it sees its pause flag change, and it overlooks
+// a change that is taken back at once. A player that is stopped indeed takes no notice of Pause.
 void MprisPlayer::insistOnPlaying() {
-    if (mirror_.state() == kPlayerStateStopped)
-        command(u"Pause"_qs);
-    play();
+    if (mirror_.state() != kPlayerStateStopped)
+        return play();
+    command(u"Pause"_qs);
+    opening_ = runLoop_.after(kPauseSeconds, [this] { play(); });
 }
 
 void MprisPlayer::refreshIfStale() {
