@@ -41,7 +41,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     struct Events {
         /// Track, state, capabilities or, by a jump, position changed.
         std::function<void()> changed;
-        /// The first reading of all properties is there, or has failed.
+        /// The player has answered for the first time, be it with an error.
         std::function<void()> answered;
     };
 
@@ -88,8 +88,10 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     void command(const QString& method, const QVariantList& arguments = {});
     void setProperty(const QString& name, const QVariant& value);
     void open(const QString& uri);
+    void forgetOpening();
     void opened(const QDBusMessage& answer);
     void ensurePlaying();
+    void insistOnPlaying();
     void refresh();
     void refreshIfStale();
     void refreshed(const QDBusMessage& answer);
@@ -106,7 +108,8 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     MprisMirror mirror_;
     MprisArt art_;
     QString desktopEntry_;
-    Timer opening_;             // runs while an opened address has time to begin
+    quint64 wish_ = 0; // counts what the user asked for; a late reply to an earlier wish starts nothing
+    Timer opening_;    // runs while an opened address has time to begin
     bool playWhenRead_ = false; // the next full reading decides whether the player has to be told to play
     bool answered_ = false;
     bool refreshing_ = false;
