@@ -11,8 +11,10 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <gtest/gtest.h>
+
 #include <limits>
+
+#include <gtest/gtest.h>
 
 namespace merlode {
 namespace {

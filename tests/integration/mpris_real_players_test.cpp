@@ -9,7 +9,9 @@
 #include <QTemporaryDir>
 #include <QUrl>
 #include <QtEndian>
+
 #include <csignal>
+
 #include <gtest/gtest.h>
 
 namespace merlode {

@@ -19,7 +19,8 @@ TEST(UntaggedTrackTest, AFileIsNamedByItsPathAndAStreamIsLeftAlone) {
         {QStringLiteral("/music/x.mp3"), QString(), QStringLiteral("x"), true},
         {QStringLiteral("file:///music/x.mp3"), QStringLiteral("Title"), QStringLiteral("Title"), true},
         {QStringLiteral("http://radio.example/live"), {}, {}, false},
-        {QStringLiteral("https://open.spotify.com/track/1"), QStringLiteral("Song"), QStringLiteral("Song"), false},
+        {QStringLiteral("https://open.spotify.com/track/1"), QStringLiteral("Song"), QStringLiteral("Song"),
+         false},
         {QString(), {}, {}, false},
     };
     for (const auto& [location, title, expected, isFile] : cases) {
