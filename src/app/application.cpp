@@ -159,12 +159,10 @@ void Application::serveBus() {
     actions.players = [&parts, &controller] {
         return playersStatus(controller, *parts.roles, parts.assignment->otherPlayers());
     };
-    actions.usePlayer = [this, &parts, &controller](const QString& role, const QString& program) {
+    actions.usePlayer = [this, &parts](const QString& role, const QString& program) {
         auto error = parts.assignment->use(role, program);
-        if (!error) {
-            controller.checkProcessID();
-            keepSomebodyInCharge();
-        }
+        if (!error)
+            rolesChanged();
         return error;
     };
     actions.doctor = [&parts, facts](std::function<void(QList<QVariantMap>)> done) {
@@ -181,6 +179,16 @@ void Application::serveBus() {
     parts.mpris = std::make_unique<MprisService>(parts.session, *parts.publisher, reopen, quit);
     if (!parts.mpris->registerOn(parts.bus))
         qCWarning(log) << "media keys will not work: the MPRIS name is taken";
+}
+
+// Somebody who puts a player into a role wants to see it, if it plays and nothing else does.
+void Application::rolesChanged() {
+    parts_->roles->settle();
+    auto& controller = PlayerController::sharedController();
+    controller.checkProcessID();
+    keepSomebodyInCharge();
+    if (controller.activePlayer() && !controller.activePlayer()->isPlaying())
+        controller.setupMusicPlayers();
 }
 
 // A private mpd is started without being asked, and a player that comes up idle gets the role when nobody has

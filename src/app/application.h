@@ -42,6 +42,7 @@ class Application {
     void installLinks();
     void serveBus();
     void keepSomebodyInCharge();
+    void rolesChanged();
     void findPlayers();
 
     ApplicationOptions options_;

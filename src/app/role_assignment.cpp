@@ -112,17 +112,35 @@ std::optional<ControlError> RoleAssignment::use(const QString& role, const QStri
         return refused(QStringLiteral("\"%1\" is not the name of a player. Those that run are listed by "
                                       "\"merlodectl players\".")
                            .arg(program));
+    if (role != u"local" && role != u"spotify" && role != u"rdio")
+        return refused(QStringLiteral("There is no role \"%1\": use local, spotify or rdio.").arg(role));
+    if (role != u"local" && word && !none)
+        return refused(QStringLiteral("\"%1\" can only stand behind the role local.").arg(program));
+    if (!word)
+        takeOutOfItsRole(program);
     if (role == u"local")
         return useLocal(program);
-    if (role != u"spotify" && role != u"rdio")
-        return refused(QStringLiteral("There is no role \"%1\": use local, spotify or rdio.").arg(role));
-    if (word && !none)
-        return refused(QStringLiteral("\"%1\" can only stand behind the role local.").arg(program));
     const bool spotify = role == u"spotify";
     defaults_.set(spotify ? defaults::kSpotifyPlayerName : defaults::kRdioPlayerName,
                   none ? QString() : program);
     assignDesktopRole(spotify ? PlayerRole::Spotify : PlayerRole::Rdio);
     return std::nullopt;
+}
+
+// One player in two roles would silence itself whenever one of them takes over from the other.
+void RoleAssignment::takeOutOfItsRole(const QString& name) {
+    if (desktopName(PlayerRole::Local) == name) {
+        defaults_.remove(defaults::kLocalPlayerName);
+        defaults_.remove(defaults::kLocalPlayerKind);
+        roles_.assign(PlayerRole::Local, makeLocal());
+    }
+    for (const auto& [role, key] : {std::pair{PlayerRole::Spotify, defaults::kSpotifyPlayerName},
+                                    std::pair{PlayerRole::Rdio, defaults::kRdioPlayerName}}) {
+        if (desktopName(role) != name)
+            continue;
+        defaults_.set(key, QString());
+        roles_.assign(role, nullptr);
+    }
 }
 
 std::optional<ControlError> RoleAssignment::useLocal(const QString& program) {

@@ -48,6 +48,7 @@ class RoleAssignment {
     std::unique_ptr<PlayerProgram> makePrivateMpd() const;
     std::unique_ptr<PlayerProgram> makeMpris(const QString& name) const;
     std::optional<ControlError> useLocal(const QString& program);
+    void takeOutOfItsRole(const QString& name);
     void assignDesktopRole(PlayerRole role);
     QString desktopName(PlayerRole role) const;
 

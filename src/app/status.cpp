@@ -110,7 +110,7 @@ QList<QVariantMap> playersStatus(const PlayerController& controller, const Playe
                                 {QStringLiteral("installed"), true},
                                 {QStringLiteral("running"), true},
                                 {QStringLiteral("active"), false},
-                                {QStringLiteral("enabled"), false},
+                                {QStringLiteral("enabled"), true},
                                 {QStringLiteral("state"), QStringLiteral("running")}});
     return list;
 }

@@ -58,7 +58,9 @@ QString playerState(const QJsonObject& player) {
     else if (holds("running"))
         state = QStringLiteral("running");
     else
-        state = holds("installed") ? QStringLiteral("installed") : QStringLiteral("not installed");
+        state = holds("installed")                  ? QStringLiteral("installed")
+                : text(player, "program").isEmpty() ? QStringLiteral("not set")
+                                                    : QStringLiteral("not installed");
     const bool switchedOff = player.contains(QStringLiteral("enabled")) && !holds("enabled");
     return switchedOff ? state + QStringLiteral(", switched off") : state;
 }

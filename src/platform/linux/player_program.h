@@ -30,8 +30,8 @@ class PlayerProgram {
     /// callable until this object is destroyed.
     virtual void start(PlayerProgramEvents events) = 0;
 
-    /// Waits, `seconds` at most, until a program that was running at `start` has told its state. Called once,
-    /// before the run loop runs, so that the first look at the players finds the one that plays.
+    /// Waits, `seconds` at most, until a program that was running at `start` has told its state, so that the
+    /// first look at the players finds the one that plays. Returns at once where that is known.
     virtual void settle(double seconds) = 0;
 
     /// Where the program is installed, or where its socket or host is; nothing where it is not there.
