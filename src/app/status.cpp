@@ -49,6 +49,11 @@ QString stateOfProgram(PlayerProgram& program) {
     return program.installedPath() ? QStringLiteral("installed") : QStringLiteral("not installed");
 }
 
+// The word by which people choose a role.
+QString roleWord(PlayerRole role) {
+    return role == PlayerRole::Local ? QStringLiteral("local") : applicationName(role).toLower();
+}
+
 DefaultsKey<bool> enabledKey(PlayerRole role) {
     switch (role) {
     case PlayerRole::Spotify:
@@ -96,7 +101,7 @@ QList<QVariantMap> playersStatus(const PlayerController& controller, const Playe
     for (const auto role : kPlayerRoles) {
         auto* program = roles.program(role);
         list.append(QVariantMap{
-            {QStringLiteral("role"), applicationName(role)},
+            {QStringLiteral("role"), roleWord(role)},
             {QStringLiteral("program"), program ? program->description() : QString()},
             {QStringLiteral("installed"), program && program->installedPath().has_value()},
             {QStringLiteral("running"), program && program->processIdentifier().has_value()},

@@ -1,21 +1,25 @@
 #pragma once
 
-// clang-format off: the table is one line a row
-/// The names under which a running Merlode can be controlled over the session bus, shared by the program,
-/// which offers them, and `merlodectl`, which calls them.
+// The table is one line a row.
+// clang-format off
+/// The names under which a running Merlode can be controlled over the session bus, shared by the program, which
+/// offers them, and `merlodectl`, which calls them.
 ///
 /// | method | takes | gives |
 /// |---|---|---|
 /// | Status | | a{sv}: the keys below |
-/// | Follow | | h: the reading end of a pipe; one JSON object a line, the status at once and after each
-/// change | | PlayPause, Play, Pause, Next, Previous | | | | Seek | d: seconds from the start of the track |
-/// | | SeekBy | d: seconds from here, negative backwards | | | SetVolume | i: 0 to 100 | | | ChangeVolume |
-/// i: added to the volume, which stays within 0 to 100 | | | ToggleMute | | | | Players | | aa{sv}: "role",
-/// "program", "installed", "running", "active", "enabled", "state" of each role; then the MPRIS players in no
-/// role, with an empty "role" | | UsePlayer | s: role ("local", "spotify", "rdio"), s: program ("auto",
-/// "mpd", "private", an MPRIS name, or "none") | | | Doctor | | aa{sv}: "name", "state" ("ok", "warning",
-/// "missing"), "found", "mend" | | Reopen | | brings the window or panel forward | | Quit | | ends the
-/// program |
+/// | Follow | | h: the reading end of a pipe; one JSON object a line, the status at once and after each change |
+/// | PlayPause, Play, Pause, Next, Previous | | |
+/// | Seek | d: seconds from the start of the track | |
+/// | SeekBy | d: seconds from here, negative backwards | |
+/// | SetVolume | i: 0 to 100 | |
+/// | ChangeVolume | i: added to the volume, which stays within 0 to 100 | |
+/// | ToggleMute | | |
+/// | Players | | aa{sv}: "role" ("local", "spotify", "rdio"), "program", "installed", "running", "active", "enabled", "state" of each role; then the MPRIS players in no role, with an empty "role" |
+/// | UsePlayer | s: role ("local", "spotify", "rdio"), s: program ("auto", "mpd", "private", an MPRIS name, or "none") | |
+/// | Doctor | | aa{sv}: "name", "state" ("ok", "warning", "missing"), "found", "mend" |
+/// | Reopen | | brings the window or panel forward |
+/// | Quit | | ends the program |
 ///
 /// A method that cannot be carried out answers with one of the errors below and a message for people.
 // clang-format on

@@ -42,12 +42,10 @@ QString volumeText(const QJsonObject& status) {
     return QString::number(volume.toInt()) + (muted ? QStringLiteral(" (muted)") : QString());
 }
 
+// The program is what people know; the role has its name for historical reasons.
 QString playerText(const QJsonObject& status) {
-    const auto player = text(status, control::status::kPlayer);
     const auto program = text(status, control::status::kProgram);
-    if (program.isEmpty() || program == player)
-        return player;
-    return player.isEmpty() ? program : QStringLiteral("%1 (%2)").arg(player, program);
+    return program.isEmpty() ? text(status, control::status::kPlayer) : program;
 }
 
 QString playerState(const QJsonObject& player) {

@@ -32,7 +32,7 @@ TEST(Render, StatusLeavesOutWhatIsAbsent) {
         "Album     Low\n"
         "Position  0:05 / 3:05\n"
         "Volume    40 (muted)\n"
-        "Player    iTunes (mpd)\n");
+        "Player    mpd\n");
     EXPECT_EQ(statusText(object(R"({"state":"paused","position":7,"player":"Rdio"})")).toStdString(),
               "State     paused\nPosition  0:07\nPlayer    Rdio\n");
     for (const auto* nobody : {R"({"state":"none","volume":3})", "{}", R"({"state":7})"}) {
@@ -52,9 +52,9 @@ TEST(Render, PlayersInAlignedColumnsWithRolesFirst) {
               "  ROLE     PROGRAM                     STATE\n"
               "* local    mpd                         playing\n"
               "  spotify  spotify                     installed, switched off\n"
-              "  rdio     -                           not installed\n"
+              "  rdio     -                           not set\n"
               "  -        org.mpris.MediaPlayer2.vlc  running\n"
-              "  -        -                           not installed\n");
+              "  -        -                           not set\n");
 }
 
 TEST(Render, DoctorTellsHowToMend) {
