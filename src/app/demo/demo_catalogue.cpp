@@ -33,7 +33,7 @@ constexpr Row kRows[] = {
      false,
      "Blue Ink, Brown Paper|The Lift Stops at Nine|Cartographer's Insomnia|Two Sugars for the Doorman|Tram "
      "41|"
-     "Sleeping Compass|A Quarter to Something|Folding the Map Wrong|Marginalia|Night Clerk|Unsurveyed"},
+     "Sleeping Sextant|A Quarter to Something|Folding the Map Wrong|Marginalia|Night Clerk|Unsurveyed"},
     {"Les Marées de Clairvoue", "Élodie Garançais", "Chanson", "2007", DemoStyle::Folk, DemoCoverFile::Jpeg,
      false,
      "L'été à Clairvoue|Où dorment les réverbères|Ça ira mieux dimanche|Le cœur en bandoulière|Mûres et "
