@@ -76,6 +76,7 @@ void MprisPlayer::settle(double seconds) {
 
 void MprisPlayer::retire() {
     calls_.close();
+    positionWanted_.invalidate();
     opening_.invalidate();
     art_.want({});
 }
@@ -284,8 +285,11 @@ void MprisPlayer::takeIn(const MprisChange& change) {
     // A new track in a player that does not say it plays: it may just have forgotten to say so.
     if (change.track && mirror_.state() != kPlayerStatePlaying)
         refresh();
-    else
-        askPosition();
+    else if (!positionWanted_)
+        positionWanted_ = runLoop_.after(kPositionDelay, [this] {
+            positionWanted_.invalidate();
+            askPosition();
+        });
 }
 
 void MprisPlayer::propertiesChanged(const QDBusMessage& signal) {
