@@ -77,6 +77,7 @@ void MprisPlayer::settle(double seconds) {
 void MprisPlayer::retire() {
     calls_.close();
     positionWanted_.invalidate();
+    refreshWanted_.invalidate();
     opening_.invalidate();
     art_.want({});
 }
@@ -228,8 +229,12 @@ void MprisPlayer::ensurePlaying() {
 }
 
 void MprisPlayer::refreshIfStale() {
-    if (calls_.usable() && runLoop_.uptime() - refreshedAt_ > kStaleSeconds)
+    if (refreshWanted_ || !calls_.usable() || runLoop_.uptime() - refreshedAt_ <= kStaleSeconds)
+        return;
+    refreshWanted_ = runLoop_.after(kAskingDelay, [this] {
+        refreshWanted_.invalidate();
         refresh();
+    });
 }
 
 void MprisPlayer::refresh() {
@@ -286,7 +291,7 @@ void MprisPlayer::takeIn(const MprisChange& change) {
     if (change.track && mirror_.state() != kPlayerStatePlaying)
         refresh();
     else if (!positionWanted_)
-        positionWanted_ = runLoop_.after(kPositionDelay, [this] {
+        positionWanted_ = runLoop_.after(kAskingDelay, [this] {
             positionWanted_.invalidate();
             askPosition();
         });

@@ -37,9 +37,9 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     static constexpr double kStaleSeconds = 1.5;
     /// How long a player may take to begin with an opened address by itself before it is told to play.
     static constexpr double kOpeningSeconds = 0.4;
-    /// How long after news that can have moved the position it is asked for: behind the burst of signals that a
+    /// How long questions to the player are put off that nobody waits for: behind the burst of signals that a
     /// change of track brings, and behind the moment when the change is shown.
-    static constexpr double kPositionDelay = 0.03;
+    static constexpr double kAskingDelay = 0.03;
 
     struct Events {
         /// Track, state, capabilities or, by a jump, position changed.
@@ -110,6 +110,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     MprisArt art_;
     QString desktopEntry_;
     Timer positionWanted_;
+    Timer refreshWanted_;
     Timer opening_;             // runs while an opened address has time to begin
     bool playWhenRead_ = false; // the next full reading decides whether the player has to be told to play
     bool answered_ = false;
