@@ -84,7 +84,7 @@ inline constexpr NotificationName kWorkspaceWillSleep{"NSWorkspaceWillSleepNotif
 inline constexpr NotificationName kWorkspaceDidWake{"NSWorkspaceDidWakeNotification"};
 
 // The distributed centre: announcements from other programs. The players' carry what they told of the track
-// as "Name", "Artist" and "Album", each absent where the player did not tell.
+// as "Name", "Artist" and "Album", all three or, where there is no title, none.
 inline constexpr NotificationName kITunesPlayerInfo{"com.apple.iTunes.playerInfo"};
 inline constexpr NotificationName kSpotifyPlaybackStateChanged{"com.spotify.client.PlaybackStateChanged"};
 inline constexpr NotificationName kInterfaceThemeChanged{"AppleInterfaceThemeChangedNotification"};

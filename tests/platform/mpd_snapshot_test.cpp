@@ -56,7 +56,7 @@ struct BrokenCase {
 class MpdBrokenValue : public testing::TestWithParam<BrokenCase> {};
 
 TEST_P(MpdBrokenValue, CountsAsAbsent) {
-    const auto found = snapshot(GetParam().line + "\nfile: x\n" + GetParam().line);
+    const auto found = snapshot(GetParam().line + "\nfile: http://x\n" + GetParam().line);
     const auto track = found.track({});
     EXPECT_FALSE(found.volume || found.duration || found.elapsed > 0 || found.queueLength > 0 || found.state);
     EXPECT_FALSE(track->name || track->album || track->artist || track->duration || track->number);

@@ -147,7 +147,7 @@ void MprisDouble::setMute(bool mute) {
     object_->mute = mute;
 }
 
-void MprisDouble::answerAllWith(const QVariantList& arguments) {
+void MprisDouble::answerAllWith(const std::optional<QVariantList>& arguments) {
     const std::lock_guard lock(object_->mutex);
     object_->everything = arguments;
 }

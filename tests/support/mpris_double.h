@@ -7,6 +7,7 @@
 #include <QVariantMap>
 
 #include <mutex>
+#include <optional>
 
 namespace merlode {
 
@@ -40,8 +41,9 @@ class MprisDouble {
     void onCall(const QString& method, const QVariantMap& properties);
     /// While true, calls are neither answered nor heeded: the player hangs.
     void setMute(bool mute);
-    /// Reading all properties answers this instead of the properties; an empty list answers an error.
-    void answerAllWith(const QVariantList& arguments);
+    /// Reading all properties answers this instead of the properties; an empty list answers an error, nothing
+    /// the properties again.
+    void answerAllWith(const std::optional<QVariantList>& arguments);
 
     /// The calls so far, without reads: "Play", "OpenUri file:///x", "SetVolume 0.5".
     QStringList calls() const;

@@ -42,6 +42,10 @@ PrivateBus::PrivateBus() {
 PrivateBus::~PrivateBus() {
     for (const auto& name : std::as_const(connections_))
         QDBusConnection::disconnectFromBus(name);
+    stop();
+}
+
+void PrivateBus::stop() {
     daemon_.terminate();
     daemon_.waitForFinished(kDeadlineMilliseconds);
 }

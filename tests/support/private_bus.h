@@ -29,6 +29,9 @@ class PrivateBus {
     /// A new connection to the bus, closed with this object.
     QDBusConnection connect();
 
+    /// Ends the daemon under its users.
+    void stop();
+
     /// What programs need in order to live on this bus and keep off the user's files: everything of theirs
     /// goes under `home`.
     QProcessEnvironment environment(const QString& home) const;

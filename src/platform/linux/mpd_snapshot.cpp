@@ -1,5 +1,7 @@
 #include "platform/linux/mpd_snapshot.h"
 
+#include "platform/linux/untagged_track.h"
+
 #include <QUrl>
 
 #include <cmath>
@@ -136,6 +138,7 @@ std::optional<ScriptedTrack> MpdSnapshot::track(const QString& musicFolder) cons
     track.duration = duration;
     if (song->number > 0)
         track.number = song->number;
+    completeFileTrack(track, QString::fromUtf8(song->uri));
     return track;
 }
 

@@ -44,20 +44,21 @@ bool MprisCalls::send(const QString& interface, const QString& method, const QVa
                       Reply reply) {
     if (!usable())
         return false;
-    post(message(interface, method, arguments), std::move(reply));
+    post(message(interface, method, arguments), kPlayerCallTimeout, std::move(reply));
     return true;
 }
 
-void MprisCalls::post(const QDBusMessage& call, Reply reply) {
-    const auto pending = connection_.asyncCall(call, milliseconds(kPlayerCallTimeout));
+void MprisCalls::post(const QDBusMessage& call, double timeout, Reply reply) {
+    const auto pending = connection_.asyncCall(call, milliseconds(timeout));
     auto* watcher = new QDBusPendingCallWatcher(pending, this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, signs = signsOfLife_, reply = std::move(reply)](QDBusPendingCallWatcher* finished) {
+            [this, serial = ++lastSerial_, heardBefore = signals_,
+             reply = std::move(reply)](QDBusPendingCallWatcher* finished) {
                 finished->deleteLater();
                 if (closed_)
                     return;
                 const QDBusMessage answer = finished->reply();
-                judge(answer, signs);
+                judge(answer, serial, heardBefore);
                 if (reply)
                     reply(answer);
             });
@@ -73,16 +74,24 @@ std::optional<QDBusMessage> MprisCalls::sendAndWait(const QString& interface, co
     return answer;
 }
 
-// One method that is slow to answer is no hang as long as the player is heard of by other ways.
-void MprisCalls::judge(const QDBusMessage& answer, quint64 signsAtCall) {
-    if (!isTimeout(answer))
-        heard();
-    else if (signsAtCall == signsOfLife_)
+void MprisCalls::judge(const QDBusMessage& answer, quint64 serial, quint64 signalsAtCall) {
+    if (!isTimeout(answer)) {
+        lastAnswered_ = std::max(lastAnswered_, serial);
+        revive();
+    } else if (lastAnswered_ < serial && signals_ == signalsAtCall) {
         becomeHung();
+    } else if (!hung_) {
+        // One method that is slow to answer is no hang; but the other sign may have been the last one.
+        probe(kPlayerCallTimeout);
+    }
 }
 
 void MprisCalls::heard() {
-    ++signsOfLife_;
+    ++signals_;
+    revive();
+}
+
+void MprisCalls::revive() {
     if (closed_ || !std::exchange(hung_, false))
         return;
     qCInfo(lcCalls) << "player" << owner_ << "answers again";
@@ -91,17 +100,18 @@ void MprisCalls::heard() {
 }
 
 void MprisCalls::becomeHung() {
-    pause_ = runLoop_.after(kHungPlayerPause, [this] { probe(); });
     if (std::exchange(hung_, true))
         return;
     qCWarning(lcCalls) << "player" << owner_ << "does not answer";
+    pause_ = runLoop_.every(kHungPlayerPause, [this] { probe(kHungPlayerPause); });
+    probe(kHungPlayerPause);
     events_.hung();
 }
 
 // Asks for a property of the player itself: bus libraries answer a ping on their own, hung or not.
-void MprisCalls::probe() {
+void MprisCalls::probe(double timeout) {
     post(message(mpris::kPropertiesInterface, u"Get"_qs, {mpris::kPlayerInterface, u"PlaybackStatus"_qs}),
-         {});
+         timeout, {});
 }
 
 void MprisCalls::close() {

@@ -12,7 +12,8 @@ namespace merlode {
 
 /// Asynchronous calls to one player, and the verdict whether it hangs. A call that outlives
 /// `kPlayerCallTimeout` while nothing else is heard of the player makes it count as hung: calls are then
-/// swallowed, and it is asked once every `kHungPlayerPause` whether it is back. Main thread; never waits.
+/// swallowed but for one question every `kHungPlayerPause`, which is left with the player for as long: one
+/// that was only busy, as many are while they start, is back the moment it answers. Main thread; never waits.
 class MprisCalls final : public QObject {
     Q_OBJECT
   public:
@@ -48,17 +49,20 @@ class MprisCalls final : public QObject {
   private:
     QDBusMessage message(const QString& interface, const QString& method,
                          const QVariantList& arguments) const;
-    void post(const QDBusMessage& call, Reply reply);
-    void judge(const QDBusMessage& answer, quint64 signsAtCall);
+    void post(const QDBusMessage& call, double timeout, Reply reply);
+    void judge(const QDBusMessage& answer, quint64 serial, quint64 signalsAtCall);
+    void revive();
     void becomeHung();
-    void probe();
+    void probe(double timeout);
 
     QDBusConnection connection_;
     QString owner_;
     RunLoop& runLoop_;
     Events events_;
     Timer pause_;
-    quint64 signsOfLife_ = 0;
+    quint64 lastSerial_ = 0;
+    quint64 lastAnswered_ = 0; // the latest call that was answered
+    quint64 signals_ = 0;
     bool hung_ = false;
     bool closed_ = false;
 };

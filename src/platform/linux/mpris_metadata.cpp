@@ -1,5 +1,7 @@
 #include "platform/linux/mpris_metadata.h"
 
+#include "platform/linux/untagged_track.h"
+
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -151,6 +153,7 @@ std::optional<ScriptedTrack> trackFrom(const QVariantMap& metadata) {
     if (track.duration == 0.0)
         track.duration.reset();
     track.number = trackNumber(metadata.value(u"xesam:trackNumber"_qs));
+    completeFileTrack(track, track.url.value_or(QString()));
     return track == ScriptedTrack() ? std::nullopt : std::optional(track);
 }
 

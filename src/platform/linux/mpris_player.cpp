@@ -17,9 +17,15 @@ namespace {
 Q_LOGGING_CATEGORY(lcPlayer, "merlode.platform", QtWarningMsg)
 
 constexpr double kMicroseconds = 1e6;
+constexpr double kPauseSeconds = 0.1;
 
 bool isReply(const QDBusMessage& answer) {
     return answer.type() == QDBusMessage::ReplyMessage && !answer.arguments().isEmpty();
+}
+
+// Nonsense in place of the properties must not pass for a player that has lost them all.
+bool isFullReading(const QDBusMessage& answer) {
+    return isReply(answer) && answer.signature() == u"a{sv}";
 }
 
 bool hasControls(const QString& text) {
@@ -67,7 +73,7 @@ void MprisPlayer::settle(double seconds) {
         return;
     const auto answer =
         calls_.sendAndWait(mpris::kPropertiesInterface, u"GetAll"_qs, {mpris::kPlayerInterface}, seconds);
-    if (!answer || !isReply(*answer))
+    if (!answer || !isFullReading(*answer))
         return;
     answered_ = true;
     if (mirror_.replace(mpris::mapFrom(answer->arguments().constFirst()), runLoop_.uptime()).art)
@@ -191,8 +197,7 @@ PlayerCapabilities MprisPlayer::capabilities() {
 
 void MprisPlayer::command(const QString& method, const QVariantList& arguments) {
     // Whatever the user wants now overrules the wish to have an opened address play.
-    opening_.invalidate();
-    playWhenRead_ = false;
+    forgetOpening();
     calls_.send(mpris::kPlayerInterface, method, arguments, [method](const QDBusMessage& answer) {
         if (answer.type() == QDBusMessage::ErrorMessage)
             qCInfo(lcPlayer) << "player refused" << method << answer.errorName();
@@ -205,10 +210,18 @@ void MprisPlayer::setProperty(const QString& name, const QVariant& value) {
 }
 
 void MprisPlayer::open(const QString& uri) {
+    forgetOpening();
+    calls_.send(mpris::kPlayerInterface, u"OpenUri"_qs, {uri},
+                [this, wish = wish_](const QDBusMessage& answer) {
+                    if (wish == wish_)
+                        opened(answer);
+                });
+}
+
+void MprisPlayer::forgetOpening() {
+    ++wish_;
     opening_.invalidate();
     playWhenRead_ = false;
-    calls_.send(mpris::kPlayerInterface, u"OpenUri"_qs, {uri},
-                [this](const QDBusMessage& answer) { opened(answer); });
 }
 
 // Some players load what they open and stay paused, and some begin to play without announcing it.
@@ -226,6 +239,15 @@ void MprisPlayer::ensurePlaying() {
         return;
     playWhenRead_ = true;
     refresh();
+}
+
+// mpv keeps saying that it is stopped, though it plays, until it sees its pause flag change, and it overlooks
+// a change that is taken back at once. A player that is stopped indeed takes no notice of Pause.
+void MprisPlayer::insistOnPlaying() {
+    if (mirror_.state() != kPlayerStateStopped)
+        return play();
+    command(u"Pause"_qs);
+    opening_ = runLoop_.after(kPauseSeconds, [this] { play(); });
 }
 
 void MprisPlayer::refreshIfStale() {
@@ -250,14 +272,16 @@ void MprisPlayer::refresh() {
 
 void MprisPlayer::refreshed(const QDBusMessage& answer) {
     refreshing_ = false;
-    if (!std::exchange(answered_, true))
+    // A player that is still busy starting counts as up with its first sign of life, which is asked for
+    // again.
+    if (calls_.usable() && !std::exchange(answered_, true))
         events_.answered();
-    if (isReply(answer))
+    if (isFullReading(answer))
         takeIn(mirror_.replace(mpris::mapFrom(answer.arguments().constFirst()), runLoop_.uptime()));
     if (std::exchange(refreshAgain_, false))
         return refresh();
     if (std::exchange(playWhenRead_, false) && mirror_.state() != kPlayerStatePlaying)
-        play();
+        insistOnPlaying();
 }
 
 void MprisPlayer::askPosition() {
@@ -287,8 +311,9 @@ void MprisPlayer::takeIn(const MprisChange& change) {
         events_.changed();
     if (!change.moved)
         return;
-    // A new track in a player that does not say it plays: it may just have forgotten to say so.
-    if (change.track && mirror_.state() != kPlayerStatePlaying)
+    // Players forget to announce what comes with a new state: capabilities, or the state that a new track
+    // brings.
+    if (change.state || (change.track && mirror_.state() != kPlayerStatePlaying))
         refresh();
     else if (!positionWanted_)
         positionWanted_ = runLoop_.after(kAskingDelay, [this] {

@@ -44,7 +44,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     struct Events {
         /// Track, state, capabilities or, by a jump, position changed.
         std::function<void()> changed;
-        /// The first reading of all properties is there, or has failed.
+        /// The player has answered for the first time, be it with an error.
         std::function<void()> answered;
     };
 
@@ -91,8 +91,10 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     void command(const QString& method, const QVariantList& arguments = {});
     void setProperty(const QString& name, const QVariant& value);
     void open(const QString& uri);
+    void forgetOpening();
     void opened(const QDBusMessage& answer);
     void ensurePlaying();
+    void insistOnPlaying();
     void refresh();
     void refreshIfStale();
     void refreshed(const QDBusMessage& answer);
@@ -111,7 +113,8 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     QString desktopEntry_;
     Timer positionWanted_;
     Timer refreshWanted_;
-    Timer opening_;             // runs while an opened address has time to begin
+    quint64 wish_ = 0; // counts what the user asked for; a late reply to an earlier wish starts nothing
+    Timer opening_;    // runs while an opened address has time to begin
     bool playWhenRead_ = false; // the next full reading decides whether the player has to be told to play
     bool answered_ = false;
     bool refreshing_ = false;

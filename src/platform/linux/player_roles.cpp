@@ -29,13 +29,12 @@ QVariantMap announcementInfo(ScriptedPlayer* player) {
     const auto track = player ? player->currentTrack() : std::nullopt;
     if (!track)
         return info;
-    const auto add = [&info](const QString& key, const std::optional<QString>& text) {
-        if (text)
-            info.insert(key, *text);
-    };
-    add(QStringLiteral("Name"), track->name);
-    add(QStringLiteral("Artist"), track->artist);
-    add(QStringLiteral("Album"), track->album);
+    // A stream tells a title and little else; for whoever listens the rest is empty then, not unknown.
+    if (!track->name)
+        return info;
+    info.insert(QStringLiteral("Name"), *track->name);
+    info.insert(QStringLiteral("Artist"), track->artist.value_or(QString()));
+    info.insert(QStringLiteral("Album"), track->album.value_or(QString()));
     return info;
 }
 
@@ -79,6 +78,8 @@ void PlayerRoles::settle() {
         if (auto* program = this->program(role))
             program->settle(std::max(0.0, end - session_.runLoop().uptime()));
     }
+    // A stream that plays already is known by an announcement only, once somebody listens.
+    firstSign_ = session_.runLoop().after(0, [this] { seat(PlayerRole::Local).burst.sign(); });
 }
 
 PlayerProgram* PlayerRoles::program(PlayerRole role) const {

@@ -53,6 +53,7 @@ class PlayerRoles final : public Workspace, public ScriptedPlayers {
 
     Session& session_;
     std::array<std::unique_ptr<Seat>, kPlayerRoles.size()> seats_;
+    Timer firstSign_;
 };
 
 } // namespace merlode

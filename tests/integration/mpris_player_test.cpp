@@ -1,0 +1,472 @@
+#include "base/qt_run_loop.h"
+#include "platform/linux/mpris_names.h"
+#include "platform/linux/mpris_program.h"
+#include "support/mpris_double.h"
+#include "support/private_bus.h"
+#include "support/virtual_run_loop.h"
+
+#include <QCoreApplication>
+#include <QDBusObjectPath>
+#include <QDBusVariant>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+namespace merlode {
+namespace {
+
+const QString kPlayerName = u"org.mpris.MediaPlayer2.Player"_qs;
+
+QVariantMap playing(const QString& title, qint64 position = 0) {
+    return {{u"PlaybackStatus"_qs, u"Playing"_qs},
+            {u"Metadata"_qs, MprisDouble::metadata(title)},
+            {u"Position"_qs, position},
+            {u"Volume"_qs, 0.5},
+            {u"CanPause"_qs, true}};
+}
+
+/// A program on a bus of its own, under a clock that moves only when a test says so.
+class MprisProgramTest : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_FALSE(bus_.address().isEmpty()) << "no dbus-daemon"; }
+
+    std::unique_ptr<MprisDouble> run(const QString& suffix,
+                                     const QVariantMap& properties = playing(u"One"_qs)) {
+        return std::make_unique<MprisDouble>(bus_.connect(), suffix, properties);
+    }
+
+    void start(const QString& suffix = u"double"_qs, MprisPlayerOptions options = {}) {
+        program_ = std::make_unique<MprisProgram>(bus_.connect(), loop_,
+                                                  MprisProgramOptions{suffix, {}, std::move(options)});
+        program_->start({.changed = [this] { ++changes_; },
+                         .launched = [this] { ++launches_; },
+                         .quit = [this] { ++quits_; }});
+    }
+
+    /// Waits in real time with the clock standing still.
+    bool wait(const std::function<bool()>& condition) {
+        return waitUntil([&] {
+            loop_.runUntilIdle();
+            return condition();
+        });
+    }
+
+    QString title() const {
+        const auto player = program_->player();
+        const auto track = player ? player->currentTrack() : std::nullopt;
+        return track && track->name ? *track->name : QString();
+    }
+
+    bool waitForTitle(const QString& expected) {
+        return wait([&] { return title() == expected; });
+    }
+
+    PrivateBus bus_;
+    VirtualRunLoop loop_;
+    std::unique_ptr<MprisProgram> program_;
+    int changes_ = 0;
+    int launches_ = 0;
+    int quits_ = 0;
+};
+
+TEST_F(MprisProgramTest, AfterSettlingTheFirstLookFindsWhatPlays) {
+    const auto player = run(u"double"_qs, playing(u"One"_qs, 30'000'000));
+    start();
+    program_->settle(5);
+    ASSERT_TRUE(program_->player());
+    EXPECT_EQ(program_->player()->playerState(), kPlayerStatePlaying);
+    EXPECT_EQ(title(), u"One"_qs);
+    EXPECT_EQ(program_->player()->playerPosition(), 30.0);
+    EXPECT_EQ(program_->player()->soundVolume(), 50);
+    EXPECT_EQ(program_->processIdentifier(), QCoreApplication::applicationPid());
+    EXPECT_EQ(launches_, 0);
+}
+
+TEST_F(MprisProgramTest, AProgramComesAndGoesWhilePlaying) {
+    start();
+    program_->settle(5);
+    EXPECT_FALSE(program_->player());
+    EXPECT_FALSE(program_->processIdentifier());
+
+    auto player = run(u"double.instance7"_qs);
+    ASSERT_TRUE(wait([&] { return launches_ == 1; }));
+    EXPECT_EQ(title(), u"One"_qs);
+    EXPECT_TRUE(program_->installedPath());
+    const auto kept = program_->player();
+
+    player.reset();
+    ASSERT_TRUE(wait([&] { return quits_ == 1; }));
+    EXPECT_FALSE(program_->player());
+    EXPECT_FALSE(program_->processIdentifier());
+    EXPECT_EQ(kept->playerState(), 0u);
+    EXPECT_FALSE(kept->currentTrack());
+    kept->play();
+
+    player = run(u"double"_qs, playing(u"Two"_qs));
+    ASSERT_TRUE(wait([&] { return launches_ == 2; }));
+    EXPECT_NE(program_->player(), kept);
+    EXPECT_EQ(title(), u"Two"_qs);
+}
+
+TEST_F(MprisProgramTest, OneProcessWithTwoNamesIsOnePlayer) {
+    const auto player = run(u"double.instance7"_qs);
+    player->addName(u"double"_qs);
+    const auto proxy = run(u"playerctld"_qs);
+    const auto own = run(u"merlode.instance2"_qs);
+    const auto other = run(u"another"_qs);
+    start();
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    EXPECT_EQ(mprisPlayerNames(bus_.connect()), (QStringList{u"another"_qs, u"double"_qs}));
+
+    player->dropName(u"double"_qs);
+    player->announce({{u"Metadata"_qs, MprisDouble::metadata(u"Two"_qs)}});
+    ASSERT_TRUE(waitForTitle(u"Two"_qs));
+    EXPECT_EQ(quits_, 0);
+}
+
+TEST_F(MprisProgramTest, TheProxyAndOurOwnNamesAreNeverAPlayer) {
+    const auto proxy = run(u"playerctld"_qs);
+    const auto own = run(u"merlode"_qs);
+    for (const auto& suffix : {u"playerctld"_qs, u"merlode"_qs, u"no such name!"_qs, QString()}) {
+        start(suffix);
+        program_->settle(1);
+        EXPECT_FALSE(program_->player()) << suffix.toStdString();
+        EXPECT_FALSE(program_->launch()) << suffix.toStdString();
+    }
+}
+
+TEST_F(MprisProgramTest, ABurstOfElevenSignalsTellsOnlyOfWhatChanged) {
+    const auto player = run(u"double"_qs);
+    start();
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    changes_ = 0;
+
+    const QVariantMap two = MprisDouble::metadata(u"Two"_qs);
+    QVariantMap artless = two;
+    artless.insert(u"mpris:artUrl"_qs, u"file:///two.png"_qs);
+    player->announce({{u"PlaybackStatus"_qs, u"Playing"_qs}});
+    player->announce({{u"Metadata"_qs, two}});
+    player->announce({{u"Metadata"_qs, artless}});
+    for (int i = 0; i < 6; ++i)
+        player->announce({{u"Volume"_qs, 0.1 * i}, {u"CanPause"_qs, true}});
+    player->announce({{u"PlaybackStatus"_qs, u"Paused"_qs}});
+    player->announce({{u"Metadata"_qs, artless}, {u"Volume"_qs, 0.9}});
+    ASSERT_TRUE(wait([&] { return program_->player()->soundVolume() == 90; }));
+    EXPECT_EQ(title(), u"Two"_qs);
+    EXPECT_EQ(program_->player()->playerState(), kPlayerStatePaused);
+    EXPECT_EQ(changes_, 2);
+}
+
+TEST_F(MprisProgramTest, WhateverIsWrongInWhatAPlayerSaysTheNextGoodWordIsHeard) {
+    const auto player = run(u"double"_qs);
+    start();
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    const QVariantList wrong = {
+        u"text"_qs,
+        42,
+        -1.5,
+        true,
+        QStringList{u"a"_qs},
+        QVariantMap{{u"x"_qs, 1}},
+        QVariantList{1, u"a"_qs},
+        QVariant::fromValue(QDBusObjectPath(u"/a"_qs)),
+        QVariant::fromValue(QDBusVariant(QVariantMap{{u"xesam:title"_qs, QStringList{u"a"_qs}}})),
+        QByteArray("bytes"),
+        std::numeric_limits<double>::quiet_NaN(),
+        QString(100'000, u'x'),
+    };
+    int count = 0;
+    for (const auto& value : wrong) {
+        QVariantMap metadata;
+        for (const auto* key : {"mpris:trackid", "mpris:length", "xesam:title", "xesam:artist", "xesam:url",
+                                "mpris:artUrl", "xesam:trackNumber", "xesam:userRating"})
+            metadata.insert(QString::fromLatin1(key), value);
+        player->announce({{u"Metadata"_qs, metadata}, {u"PlaybackStatus"_qs, value}, {u"Rate"_qs, value}});
+        player->announce({{u"Metadata"_qs, value}, {u"Volume"_qs, value}, {u"Position"_qs, value}});
+        player->sendSignal({value, value, value});
+        player->sendSignal({kPlayerName, value, QStringList{u"Position"_qs}});
+        player->sendSignal({kPlayerName});
+        player->answerAllWith(QVariantList{value});
+        const int readings = player->readings();
+        player->invalidate({u"Metadata"_qs});
+        ASSERT_TRUE(wait([&] { return player->readings() > readings; }));
+        const QString good = u"Good %1"_qs.arg(++count);
+        player->answerAllWith(std::nullopt);
+        player->announce(
+            {{u"Metadata"_qs, MprisDouble::metadata(good)}, {u"PlaybackStatus"_qs, u"Playing"_qs}});
+        player->invalidate(
+            {u"Metadata"_qs}); // the last of the wrong readings may come behind the announcement
+        ASSERT_TRUE(waitForTitle(good)) << value.typeName();
+    }
+    player->answerAllWith(QVariantList());
+    player->invalidate({u"Metadata"_qs});
+    player->announce({{u"Metadata"_qs, MprisDouble::metadata(u"After an error"_qs)}});
+    EXPECT_TRUE(waitForTitle(u"After an error"_qs));
+}
+
+TEST_F(MprisProgramTest, WhatAPlayerForgetsToAnnounceIsFoundWhenTheVolumeIsPolled) {
+    const auto player = run(u"double"_qs);
+    start();
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    changes_ = 0;
+    player->change({{u"PlaybackStatus"_qs, u"Paused"_qs}});
+    const int readings = player->readings();
+    program_->player()->soundVolume();
+    loop_.advance(2);
+    program_->player()->soundVolume();
+    program_->player()->playerPosition();
+    ASSERT_TRUE(wait([&] { return program_->player()->playerState() == kPlayerStatePaused; }));
+    EXPECT_TRUE(wait([&] { return changes_ > 0; }));
+    EXPECT_EQ(player->readings(), readings + 1);
+}
+
+TEST_F(MprisProgramTest, PropertiesAnnouncedWithoutValuesAreReadAgain) {
+    const auto player = run(u"double"_qs);
+    start();
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    player->change({{u"Metadata"_qs, MprisDouble::metadata(u"Two"_qs)}});
+    player->invalidate({u"Metadata"_qs});
+    EXPECT_TRUE(waitForTitle(u"Two"_qs));
+}
+
+TEST_F(MprisProgramTest, PositionsRunOnAndFollowSeeksAndNewTracks) {
+    const auto player = run(u"double"_qs, playing(u"One"_qs, 10'000'000));
+    start();
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    loop_.advance(1);
+    EXPECT_EQ(program_->player()->playerPosition(), 11.0);
+
+    changes_ = 0;
+    player->announceSeek(60'000'000);
+    ASSERT_TRUE(wait([&] { return changes_ == 1; }));
+    EXPECT_EQ(program_->player()->playerPosition(), 60.0);
+
+    player->change({{u"Position"_qs, qint64(25'000'000)}});
+    player->announce({{u"Metadata"_qs, MprisDouble::metadata(u"Two"_qs)}});
+    ASSERT_TRUE(wait([&] { return program_->player()->playerPosition() == 25.0; }));
+    EXPECT_EQ(changes_, 3); // the track, then the place in it, which is not its beginning
+}
+
+TEST_F(MprisProgramTest, CommandsReachThePlayerInItsOwnTerms) {
+    const auto player = run(u"double"_qs);
+    start();
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    const auto scripted = program_->player();
+    scripted->nextTrack();
+    scripted->previousTrack();
+    scripted->playpause();
+    scripted->pause();
+    scripted->setPlayerPosition(1e9);
+    EXPECT_EQ(scripted->playerPosition(), 180.0);
+    scripted->setPlayerPosition(-3);
+    scripted->setSoundVolume(130);
+    EXPECT_EQ(scripted->soundVolume(), 100);
+    scripted->setRepeating(true);
+    scripted->setRepeating(false);
+    scripted->setShuffling(true);
+    scripted->playKey(u"bad\nkey"_qs);
+    scripted->playKey(u"/my music/é.flac"_qs);
+    const QStringList expected{u"Next"_qs,
+                               u"Previous"_qs,
+                               u"PlayPause"_qs,
+                               u"Pause"_qs,
+                               u"SetPosition /track/1 180000000"_qs,
+                               u"SetPosition /track/1 0"_qs,
+                               u"SetVolume 1"_qs,
+                               u"SetLoopStatus Playlist"_qs,
+                               u"SetLoopStatus None"_qs,
+                               u"SetShuffle true"_qs,
+                               u"OpenUri file:///my%20music/%C3%A9.flac"_qs};
+    ASSERT_TRUE(wait([&] { return player->calls().size() >= expected.size(); }));
+    EXPECT_EQ(player->calls(), expected);
+}
+
+TEST_F(MprisProgramTest, APlayerWithoutUsableTrackIdOrPauseIsServedOtherwise) {
+    QVariantMap stream = playing(u"Stream"_qs, 40'000'000);
+    QVariantMap metadata = MprisDouble::metadata(u"Stream"_qs);
+    metadata.insert(u"mpris:trackid"_qs, u"spotify:track:abc"_qs);
+    stream.insert(u"Metadata"_qs, metadata);
+    stream.insert(u"CanPause"_qs, false);
+    stream.remove(u"Volume"_qs);
+    const auto player = run(u"double"_qs, stream);
+    start();
+    ASSERT_TRUE(waitForTitle(u"Stream"_qs));
+    program_->player()->setPlayerPosition(30);
+    program_->player()->setSoundVolume(10);
+    program_->player()->pause();
+    ASSERT_TRUE(wait([&] { return player->calls().size() >= 2; }));
+    EXPECT_EQ(player->calls(), (QStringList{u"Seek -10000000"_qs, u"Stop"_qs}));
+    EXPECT_EQ(program_->player()->soundVolume(), std::nullopt);
+}
+
+TEST_F(MprisProgramTest, APlayerThatOpensWithoutPlayingIsToldToPlay) {
+    const QVariantMap paused{{u"PlaybackStatus"_qs, u"Paused"_qs},
+                             {u"Metadata"_qs, MprisDouble::metadata(u"One"_qs)}};
+    const struct {
+        const char* what;
+        QVariantMap effect; // of opening
+        bool pauses;        // the user changes his mind at once
+        QStringList calls;
+    } cases[] = {
+        {"opens and stays paused", paused, false, {u"OpenUri spotify:track:x"_qs, u"Play"_qs}},
+        {"says stopped whatever it does",
+         {{u"PlaybackStatus"_qs, u"Stopped"_qs}},
+         false,
+         {u"OpenUri spotify:track:x"_qs, u"Pause"_qs, u"Play"_qs}},
+        {"plays without a word",
+         {{u"PlaybackStatus"_qs, u"Playing"_qs}},
+         false,
+         {u"OpenUri spotify:track:x"_qs}},
+        {"is paused meanwhile", paused, true, {u"OpenUri spotify:track:x"_qs, u"Pause"_qs}},
+    };
+    for (const auto& c : cases) {
+        const auto player = run(u"double"_qs, paused);
+        player->onCall(u"OpenUri"_qs, c.effect);
+        start();
+        ASSERT_TRUE(waitForTitle(u"One"_qs));
+        program_->player()->playKey(u"spotify:track:x"_qs);
+        const int readings = player->readings();
+        ASSERT_TRUE(wait([&] { return player->readings() > readings; }));
+        if (c.pauses)
+            program_->player()->pause();
+        loop_.advance(1);
+        player->announce({{u"Metadata"_qs, MprisDouble::metadata(u"Mark"_qs)}});
+        ASSERT_TRUE(waitForTitle(u"Mark"_qs));
+        ASSERT_TRUE(wait([&] {
+            loop_.advance(0.1);
+            return player->calls().size() >= c.calls.size();
+        })) << c.what;
+        EXPECT_EQ(player->calls(), c.calls) << c.what;
+    }
+}
+
+TEST_F(MprisProgramTest, APlaylistIsWrittenOncePerNameAndOpened) {
+    const QTemporaryDir folder;
+    QStringList files{u"/music/é 1.flac"_qs, u"/music/two\nlines.flac"_qs};
+    const auto player = run(u"double"_qs);
+    start(u"double"_qs,
+          {.playlistFolder = folder.path(), .filesFor = [&](const LibraryQuery&) { return files; }});
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    ASSERT_TRUE(program_->player()->playFromLibrary({}, u"Merlode"_qs));
+    const QString path = folder.filePath(u"Merlode.m3u"_qs);
+    ASSERT_TRUE(wait([&] { return player->calls() == QStringList{u"OpenUri file://"_qs + path}; }));
+    QFile playlist(path);
+    ASSERT_TRUE(playlist.open(QIODevice::ReadOnly));
+    EXPECT_EQ(playlist.readAll(), "#EXTM3U\nfile:///music/%C3%A9%201.flac\nfile:///music/two%0Alines.flac\n");
+
+    files.clear();
+    EXPECT_FALSE(program_->player()->playFromLibrary({}, u"Merlode"_qs));
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList{u"Merlode.m3u"_qs});
+}
+
+TEST_F(MprisProgramTest, AHungPlayerIsLeftAloneThenAskedAgain) {
+    const auto player = run(u"double"_qs);
+    start();
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    changes_ = 0;
+    player->setMute(true);
+    program_->player()->nextTrack();
+    ASSERT_TRUE(wait([&] { return changes_ == 1; }));
+    EXPECT_EQ(program_->player()->playerState(), 0u);
+    EXPECT_FALSE(program_->player()->currentTrack());
+    EXPECT_FALSE(program_->player()->soundVolume());
+
+    player->setMute(false);
+    program_->player()->nextTrack();
+    loop_.advance(kHungPlayerPause - 1);
+    EXPECT_EQ(program_->player()->playerState(), 0u);
+    loop_.advance(1);
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    EXPECT_TRUE(wait([&] { return changes_ == 2; }));
+    EXPECT_TRUE(player->calls().isEmpty()) << "a command was kept for later";
+
+    player->setMute(true);
+    program_->player()->nextTrack();
+    ASSERT_TRUE(wait([&] { return program_->player()->playerState() == 0; }));
+    player->announce({{u"PlaybackStatus"_qs, u"Paused"_qs}});
+    ASSERT_TRUE(wait([&] { return program_->player()->playerState() == kPlayerStatePaused; }));
+}
+
+TEST_F(MprisProgramTest, TheBusMayGoFirst) {
+    auto bus = std::make_unique<PrivateBus>();
+    const auto player = std::make_unique<MprisDouble>(bus->connect(), u"double"_qs, playing(u"One"_qs));
+    program_ =
+        std::make_unique<MprisProgram>(bus->connect(), loop_, MprisProgramOptions{u"double"_qs, {}, {}});
+    program_->start({.changed = [] {}, .launched = [] {}, .quit = [this] { ++quits_; }});
+    ASSERT_TRUE(waitForTitle(u"One"_qs));
+    bus->stop();
+    ASSERT_TRUE(wait([&] { return quits_ == 1; }));
+    EXPECT_FALSE(program_->player());
+}
+
+/// The loop of the real program must go on whatever a player does.
+TEST(MprisPlayerTest, AHungPlayerDoesNotHoldTheMainThread) {
+    PrivateBus bus;
+    MprisDouble player(bus.connect(), u"double"_qs, playing(u"One"_qs));
+    player.setMute(true);
+    QtRunLoop loop;
+    MprisProgram program(bus.connect(), loop, {u"double"_qs, {}, {}});
+    int launches = 0;
+    double last = loop.uptime();
+    double longest = 0;
+    const auto heartbeat = loop.every(0.005, [&] {
+        longest = std::max(longest, loop.uptime() - last);
+        last = loop.uptime();
+        if (const auto scripted = program.player()) {
+            scripted->playpause();
+            scripted->soundVolume();
+            scripted->playerPosition();
+        }
+    });
+    bool told = false;
+    program.start({.changed = [&] { told = true; }, .launched = [&] { ++launches; }, .quit = [] {}});
+    const double begin = loop.uptime();
+    ASSERT_TRUE(waitUntil([&] { return told; }));
+    EXPECT_LT(loop.uptime() - begin, kPlayerCallTimeout + 0.5);
+    EXPECT_LT(longest, kPlayerCallTimeout / 2);
+    EXPECT_TRUE(player.calls().isEmpty());
+    EXPECT_EQ(launches, 0);
+}
+
+TEST(MprisPlayerTest, SettlingWithAHungPlayerEndsInItsTime) {
+    PrivateBus bus;
+    MprisDouble player(bus.connect(), u"double"_qs, playing(u"One"_qs));
+    player.setMute(true);
+    QtRunLoop loop;
+    MprisProgram program(bus.connect(), loop, {u"double"_qs, {}, {}});
+    program.start({});
+    const double begin = loop.uptime();
+    program.settle(0.2);
+    EXPECT_LT(loop.uptime() - begin, 0.6);
+    ASSERT_TRUE(program.player());
+    EXPECT_EQ(program.player()->playerState(), 0u);
+}
+
+TEST(MprisPlayerTest, AProgramIsLaunchedByItsDesktopFile) {
+    PrivateBus bus;
+    const QTemporaryDir home;
+    ASSERT_TRUE(QDir(home.path()).mkpath(u"applications"_qs));
+    QFile file(home.filePath(u"applications/test.player.desktop"_qs));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("[Desktop Entry]\nName=Player\nExec=mkdir \"" + home.path().toUtf8() + "/the mark\" %U\n");
+    file.close();
+    const QByteArray before = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", home.path().toLocal8Bit());
+    QtRunLoop loop;
+    MprisProgram program(bus.connect(), loop,
+                         {u"no-such-program"_qs, {u"missing"_qs, u"test.player"_qs}, {}});
+    program.start({});
+    EXPECT_EQ(program.installedPath(), file.fileName());
+    EXPECT_TRUE(program.launch());
+    qputenv("XDG_DATA_HOME", before);
+    EXPECT_TRUE(waitUntil([&] { return QDir(home.filePath(u"the mark"_qs)).exists(); }));
+    EXPECT_FALSE(program.installedPath());
+    EXPECT_FALSE(program.launch());
+}
+
+} // namespace
+} // namespace merlode

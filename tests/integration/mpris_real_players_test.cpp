@@ -1,0 +1,193 @@
+#include "base/qt_run_loop.h"
+#include "platform/linux/mpris_program.h"
+#include "support/private_bus.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QUrl>
+#include <QtEndian>
+
+#include <csignal>
+
+#include <gtest/gtest.h>
+
+namespace merlode {
+namespace {
+
+constexpr int kRate = 8000;
+
+template<class Number>
+QByteArray little(Number number) {
+    const Number value = qToLittleEndian(number);
+    return QByteArray(reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
+QByteArray chunk(const char* id, QByteArray content) {
+    const auto size = static_cast<quint32>(content.size());
+    if (size % 2)
+        content += '\0';
+    return QByteArray(id) + little(size) + content;
+}
+
+/// Silence with a title, an artist and an album: what every player reads without a plug-in.
+void writeSong(const QString& path, const QByteArray& title, int seconds) {
+    const QByteArray format = little<quint16>(1) + little<quint16>(1) + little<quint32>(kRate) +
+                              little<quint32>(kRate * 2) + little<quint16>(2) + little<quint16>(16);
+    const QByteArray info = QByteArray("INFO") + chunk("INAM", title + '\0') +
+                            chunk("IART", QByteArray("Band\0", 5)) + chunk("IPRD", QByteArray("Record\0", 7));
+    const QByteArray samples(kRate * 2 * seconds, '\0');
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(chunk("RIFF", QByteArray("WAVE") + chunk("fmt ", format) + chunk("LIST", info) +
+                                 chunk("data", samples)));
+}
+
+struct RealPlayer {
+    const char* suffix;
+    QStringList command;
+};
+
+void PrintTo(const RealPlayer& player, std::ostream* out) {
+    *out << player.suffix;
+}
+
+/// Drives a real player through a run of its life: start, open, pause, go on, seek, a playlist, sudden death.
+class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
+  protected:
+    void SetUp() override {
+        if (QStandardPaths::findExecutable(GetParam().command.constFirst()).isEmpty())
+            GTEST_SKIP() << GetParam().suffix << " is not installed";
+        ASSERT_FALSE(bus_.address().isEmpty());
+        writeSong(song(), "Silence", 60);
+        program_ = std::make_unique<MprisProgram>(
+            bus_.connect(), loop_,
+            MprisProgramOptions{QString::fromLatin1(GetParam().suffix),
+                                {},
+                                {.playlistFolder = home_.filePath(u"lists"_qs),
+                                 .filesFor = [this](const LibraryQuery&) { return QStringList{listed()}; }}});
+        program_->start({.changed = [this] { ++changes_; },
+                         .launched = [this] { ++launches_; },
+                         .quit = [this] { ++quits_; }});
+        startPlayer();
+    }
+
+    void TearDown() override {
+        process_.kill();
+        process_.waitForFinished();
+    }
+
+    void startPlayer() {
+        QStringList command = GetParam().command;
+        process_.setProcessEnvironment(bus_.environment(home_.path()));
+        process_.setStandardOutputFile(QProcess::nullDevice());
+        process_.setStandardErrorFile(QProcess::nullDevice());
+        const QString program = command.takeFirst();
+        process_.start(program, command);
+        ASSERT_TRUE(waitUntil([this] { return launches_ == 1; }, 30)) << "the player did not come up";
+    }
+
+    QString song() const { return home_.filePath(u"a quiet söng.wav"_qs); }
+    QString listed() const { return home_.filePath(u"lìsted.wav"_qs); }
+    std::shared_ptr<ScriptedPlayer> player() { return program_->player(); }
+
+    /// Polls the volume meanwhile, as the program does with the player in charge.
+    bool waitForState(std::uint32_t state) {
+        return waitUntil([=, this] {
+            player()->soundVolume();
+            return player()->playerState() == state;
+        });
+    }
+
+    /// Waits until the file is loaded: before, players announce its name in place of its title.
+    bool waitForTrack(const QString& path, const QString& title) {
+        const auto address = QUrl::fromLocalFile(path);
+        return waitUntil([=, this] {
+            const auto track = player()->currentTrack();
+            return track && track->url && QUrl(*track->url) == address && track->name == title &&
+                   track->duration;
+        });
+    }
+
+    PrivateBus bus_;
+    QTemporaryDir home_;
+    QtRunLoop loop_;
+    QProcess process_;
+    std::unique_ptr<MprisProgram> program_;
+    int changes_ = 0;
+    int launches_ = 0;
+    int quits_ = 0;
+    bool read_ = false;
+};
+
+TEST_P(RealMprisPlayerTest, PlaysPausesAndDies) {
+    EXPECT_EQ(program_->processIdentifier(), process_.processId());
+    EXPECT_TRUE(program_->installedPath());
+
+    player()->playKey(song());
+    ASSERT_TRUE(waitForTrack(song(), u"Silence"_qs));
+    ASSERT_TRUE(waitForState(kPlayerStatePlaying));
+    EXPECT_GT(changes_, 0);
+    const auto track = player()->currentTrack();
+    EXPECT_EQ(track->artist, u"Band"_qs);
+    EXPECT_NEAR(track->duration.value_or(0), 60, 1);
+    EXPECT_TRUE(player()->capabilities().canPause);
+
+    // strawberry overlooks what comes within moments of a change of its state: it is told until it heeds.
+    changes_ = 0;
+    {
+        const auto pausing = loop_.every(0.5, [this] { player()->pause(); });
+        ASSERT_TRUE(waitForState(kPlayerStatePaused));
+        EXPECT_TRUE(waitUntil([this] { return changes_ > 0; }));
+    }
+    const auto playing = loop_.every(0.5, [this] { player()->play(); });
+    ASSERT_TRUE(waitForState(kPlayerStatePlaying));
+
+    ::kill(static_cast<pid_t>(process_.processId()), SIGKILL);
+    ASSERT_TRUE(waitUntil([this] { return quits_ == 1; }));
+    EXPECT_FALSE(program_->player());
+}
+
+TEST_P(RealMprisPlayerTest, SeeksSetsTheVolumeAndPlaysAPlaylist) {
+    player()->playKey(song());
+    ASSERT_TRUE(waitForTrack(song(), u"Silence"_qs));
+    ASSERT_TRUE(waitForState(kPlayerStatePlaying));
+    player()->setPlayerPosition(30);
+    player()->setSoundVolume(40);
+    // By the player's own word, not by the assumed values: they hold until the next reading.
+    loop_.asyncAfter(2 * MprisPlayer::kStaleSeconds, [this] { read_ = true; });
+    ASSERT_TRUE(waitUntil([this] {
+        player()->soundVolume();
+        return read_;
+    }));
+    EXPECT_NEAR(player()->playerPosition().value_or(0), 30 + 2 * MprisPlayer::kStaleSeconds, 1.5);
+    EXPECT_NEAR(player()->soundVolume().value_or(-1), 40, 1);
+
+    writeSong(listed(), "Listed", 30);
+    ASSERT_TRUE(player()->playFromLibrary({}, u"Merlode"_qs));
+    ASSERT_TRUE(waitForTrack(listed(), u"Listed"_qs));
+    ASSERT_TRUE(waitForState(kPlayerStatePlaying));
+}
+
+TEST_P(RealMprisPlayerTest, AStoppedProcessHangsAndComesBack) {
+    player()->playKey(song());
+    ASSERT_TRUE(waitForState(kPlayerStatePlaying));
+    const auto pid = static_cast<pid_t>(process_.processId());
+    ::kill(pid, SIGSTOP);
+    player()->nextTrack();
+    EXPECT_TRUE(waitForState(0));
+    ::kill(pid, SIGCONT);
+    EXPECT_TRUE(waitUntil([this] { return player()->playerState() != 0; }, kHungPlayerPause + 5));
+}
+
+INSTANTIATE_TEST_SUITE_P(Players, RealMprisPlayerTest,
+                         testing::Values(RealPlayer{"mpv",
+                                                    {u"mpv"_qs, u"--no-video"_qs, u"--ao=null"_qs,
+                                                     u"--idle"_qs, u"--no-terminal"_qs}},
+                                         RealPlayer{"strawberry", {u"strawberry"_qs}}),
+                         [](const auto& given) { return std::string(given.param.suffix); });
+
+} // namespace
+} // namespace merlode
