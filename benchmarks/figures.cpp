@@ -22,7 +22,9 @@ std::string value(double number, const std::string& unit) {
 
 } // namespace
 
-void note(Figure figure) { figures().push_back(std::move(figure)); }
+void note(Figure figure) {
+    figures().push_back(std::move(figure));
+}
 
 void printTable() {
     if (figures().empty())
@@ -32,7 +34,8 @@ void printTable() {
     std::printf(row, "figure", "ours", "reference", "", "ratio", "goal");
     for (const auto& figure : figures()) {
         char ratio[32];
-        std::snprintf(ratio, sizeof ratio, "%.2f", figure.reference > 0 ? figure.ours / figure.reference : NAN);
+        std::snprintf(ratio, sizeof ratio, "%.2f",
+                      figure.reference > 0 ? figure.ours / figure.reference : NAN);
         std::printf(row, figure.name.c_str(), value(figure.ours, figure.unit).c_str(),
                     value(figure.reference, figure.unit).c_str(), figure.referenceName.c_str(), ratio,
                     figure.goal.c_str());

@@ -7,9 +7,9 @@
 #include "support/music_files.h"
 #include "support/private_bus.h"
 
-#include <benchmark/benchmark.h>
 #include <cstring>
 
+#include <benchmark/benchmark.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -21,7 +21,9 @@ namespace {
 constexpr int kUsualChanges = 200;
 constexpr double kMilliseconds = 1e3;
 
-int changes() { return setting("MERLODE_BENCH_CHANGES", kUsualChanges); }
+int changes() {
+    return setting("MERLODE_BENCH_CHANGES", kUsualChanges);
+}
 
 Listener followMerlode(const QProcessEnvironment& environment) {
     return {{{builtProgram("merlode"), u"--headless"_qs},
@@ -33,11 +35,15 @@ Listener followMerlode(const QProcessEnvironment& environment) {
             0};
 }
 
-double median(const Listener& listener) { return quantile(listener.samples, 0.5) * kMilliseconds; }
-double p95(const Listener& listener) { return quantile(listener.samples, 0.95) * kMilliseconds; }
+double median(const Listener& listener) {
+    return quantile(listener.samples, 0.5) * kMilliseconds;
+}
+double p95(const Listener& listener) {
+    return quantile(listener.samples, 0.95) * kMilliseconds;
+}
 
-void compare(benchmark::State& state, const std::string& name, const Listener& ours, const Listener& reference,
-             const std::string& referenceName, const std::string& goal) {
+void compare(benchmark::State& state, const std::string& name, const Listener& ours,
+             const Listener& reference, const std::string& referenceName, const std::string& goal) {
     note({name + ", median", "ms", median(ours), median(reference), referenceName, goal});
     note({name + ", 95 of 100", "ms", p95(ours), p95(reference), referenceName, goal});
     state.counters[referenceName + "_median_ms"] = median(reference);
@@ -71,7 +77,8 @@ void announceFlags(MprisDouble& player, const QStringList& names) {
 // The number and order of signals of a player that announces each property by itself, and some of them twice.
 void announceBurst(MprisDouble& player, const QVariantMap& metadata) {
     announceOnce(player, metadata);
-    announceFlags(player, {u"CanPlay"_qs, u"CanPause"_qs, u"CanGoNext"_qs, u"CanGoPrevious"_qs, u"CanSeek"_qs});
+    announceFlags(player,
+                  {u"CanPlay"_qs, u"CanPause"_qs, u"CanGoNext"_qs, u"CanGoPrevious"_qs, u"CanSeek"_qs});
     announceOnce(player, metadata);
     announceFlags(player, {u"CanPlay"_qs, u"CanPause"_qs});
     player.announce({{u"PlaybackStatus"_qs, u"Playing"_qs}});
@@ -167,7 +174,8 @@ bool fill(testing_support::MpdServer& server) {
         if (!writeMusicFile(file))
             return false;
     }
-    return server.start() && server.ask("command_list_begin\nadd /\nrepeat 1\nplay 0\ncommand_list_end").endsWith("OK\n");
+    return server.start() &&
+           server.ask("command_list_begin\nadd /\nrepeat 1\nplay 0\ncommand_list_end").endsWith("OK\n");
 }
 
 void mpdChange(benchmark::State& state) {
@@ -200,7 +208,8 @@ void registerAll() {
     };
     add("Follow/MprisSignal", [](auto& state) { mprisChange(state, "MPRIS, one signal", announceOnce); });
     add("Follow/MprisBurst", [](auto& state) { mprisChange(state, "MPRIS, burst of 11", announceBurst); });
-    add("Follow/MprisStopFirst", [](auto& state) { mprisChange(state, "MPRIS, stop first", announceStopFirst); });
+    add("Follow/MprisStopFirst",
+        [](auto& state) { mprisChange(state, "MPRIS, stop first", announceStopFirst); });
     add("Follow/MpdNext", mpdChange);
 }
 

@@ -2,8 +2,9 @@
 
 #include <QCoreApplication>
 
-#include <benchmark/benchmark.h>
 #include <csignal>
+
+#include <benchmark/benchmark.h>
 
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);

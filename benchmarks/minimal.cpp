@@ -1,5 +1,5 @@
-// The least program that is on the bus: merlode_bench_minimal NAME takes the name and stays. With --titles it writes
-// the title of each track that a player announces, with nothing between the signal and the line.
+// The least program that is on the bus: merlode_bench_minimal NAME takes the name and stays. With --titles it
+// writes the title of each track that a player announces, with nothing between the signal and the line.
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -12,10 +12,9 @@ class Titles final : public QObject {
     Q_OBJECT
   public:
     bool listen(QDBusConnection bus) {
-        return bus.connect({}, QStringLiteral("/org/mpris/MediaPlayer2"),
-                           QStringLiteral("org.freedesktop.DBus.Properties"),
-                           QStringLiteral("PropertiesChanged"), this,
-                           SLOT(changed(QString, QVariantMap, QStringList)));
+        return bus.connect(
+            {}, QStringLiteral("/org/mpris/MediaPlayer2"), QStringLiteral("org.freedesktop.DBus.Properties"),
+            QStringLiteral("PropertiesChanged"), this, SLOT(changed(QString, QVariantMap, QStringList)));
     }
 
   public Q_SLOTS:

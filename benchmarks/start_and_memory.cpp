@@ -1,4 +1,5 @@
-// What it costs to have the program there: the time until it tells what plays, and memory and processor after that.
+// What it costs to have the program there: the time until it tells what plays, and memory and processor after
+// that.
 
 #include "figures.h"
 #include "support.h"
@@ -31,13 +32,16 @@ const QString kPlayerInterface = u"org.mpris.MediaPlayer2.Player"_qs;
 const QString kProperties = u"org.freedesktop.DBus.Properties"_qs;
 
 QVariantMap playingTrack(const QString& title) {
-    return {{u"PlaybackStatus"_qs, u"Playing"_qs}, {u"Metadata"_qs, MprisDouble::metadata(title)},
-            {u"CanControl"_qs, true},              {u"CanPlay"_qs, true},
-            {u"Volume"_qs, 0.5},                   {u"Position"_qs, qint64(0)}};
+    return {{u"PlaybackStatus"_qs, u"Playing"_qs},
+            {u"Metadata"_qs, MprisDouble::metadata(title)},
+            {u"CanControl"_qs, true},
+            {u"CanPlay"_qs, true},
+            {u"Volume"_qs, 0.5},
+            {u"Position"_qs, qint64(0)}};
 }
 
-/// Hears when a name is taken and when Merlode's own MPRIS object tells a title, by signal or, should that have
-/// come before the name, when asked.
+/// Hears when a name is taken and when Merlode's own MPRIS object tells a title, by signal or, should that
+/// have come before the name, when asked.
 class Watch final : public QObject {
     Q_OBJECT
   public:
@@ -97,9 +101,11 @@ void start(benchmark::State& state) {
     std::vector<double> ours;
     std::vector<double> reference;
     for (auto _ : state) {
-        reference.push_back(startTime(bus, kMinimalName, {builtProgram("merlode_bench_minimal"), kMinimalName},
-                                      home.environment, [](const Watch& watch) { return watch.named; }));
-        ours.push_back(startTime(bus, kOurPlayer, {builtProgram("merlode"), u"--headless"_qs}, home.environment,
+        reference.push_back(startTime(bus, kMinimalName,
+                                      {builtProgram("merlode_bench_minimal"), kMinimalName}, home.environment,
+                                      [](const Watch& watch) { return watch.named; }));
+        ours.push_back(startTime(bus, kOurPlayer, {builtProgram("merlode"), u"--headless"_qs},
+                                 home.environment,
                                  [](const Watch& watch) { return watch.title == u"Start"; }));
         state.SetIterationTime(ours.back());
     }
@@ -112,9 +118,9 @@ void start(benchmark::State& state) {
     note({"start to now-playing, median", "ms", median, minimal, "minimal, to its name", "under 150 ms"});
 }
 
-/// Copies of the libraries that a program loads, but for those every process has. A program that runs on them shares
-/// no page of Qt with anybody, this process included, so that its proportional share is all that it costs on a desk
-/// where nothing else uses Qt.
+/// Copies of the libraries that a program loads, but for those every process has. A program that runs on them
+/// shares no page of Qt with anybody, this process included, so that its proportional share is all that it
+/// costs on a desk where nothing else uses Qt.
 class OwnLibraries {
   public:
     explicit OwnLibraries(const QString& program) {
@@ -145,7 +151,12 @@ QByteArray readProc(const QString& path) {
 
 double numberAfter(const QByteArray& text, const char* key) {
     const auto at = text.indexOf(key);
-    return at < 0 ? 0 : text.mid(at + static_cast<qsizetype>(qstrlen(key))).trimmed().split(' ').constFirst().toDouble();
+    return at < 0 ? 0
+                  : text.mid(at + static_cast<qsizetype>(qstrlen(key)))
+                        .trimmed()
+                        .split(' ')
+                        .constFirst()
+                        .toDouble();
 }
 
 double megabytes(pid_t process) {
@@ -162,7 +173,8 @@ struct Usage {
         const QString tasks = u"%1/task"_qs.arg(process);
         for (const auto& task : QDir(u"/proc/"_qs + tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
             const QString folder = tasks + u'/' + task;
-            usage.seconds += readProc(folder + u"/schedstat"_qs).split(' ').constFirst().toDouble() / kNanoseconds;
+            usage.seconds +=
+                readProc(folder + u"/schedstat"_qs).split(' ').constFirst().toDouble() / kNanoseconds;
             // The number ends at the line's end.
             const QByteArray status = readProc(folder + u"/status"_qs).replace('\n', " \n");
             usage.wakeUps += numberAfter(status, "\nvoluntary_ctxt_switches:");
@@ -238,8 +250,14 @@ void footprint(benchmark::State& state) {
 }
 
 void registerAll() {
-    benchmark::RegisterBenchmark("Start", start)->UseManualTime()->Iterations(kStarts)->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("Footprint", footprint)->UseManualTime()->Iterations(1)->Unit(benchmark::kSecond);
+    benchmark::RegisterBenchmark("Start", start)
+        ->UseManualTime()
+        ->Iterations(kStarts)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("Footprint", footprint)
+        ->UseManualTime()
+        ->Iterations(1)
+        ->Unit(benchmark::kSecond);
 }
 
 [[maybe_unused]] const bool registered = (registerAll(), true);

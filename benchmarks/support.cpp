@@ -42,11 +42,12 @@ std::vector<QByteArray> encoded(const QStringList& strings) {
     return result;
 }
 
-// Of varying length, so that no listener's own rhythm is met again and again; beyond the time for which any of them
-// collects changes.
+// Of varying length, so that no listener's own rhythm is met again and again; beyond the time for which any
+// of them collects changes.
 void pause() {
     static std::mt19937 random(1);
-    std::this_thread::sleep_for(std::chrono::microseconds(std::uniform_int_distribution(70'000, 90'000)(random)));
+    std::this_thread::sleep_for(
+        std::chrono::microseconds(std::uniform_int_distribution(70'000, 90'000)(random)));
 }
 
 bool warmUp(Child& child, const Listener& listener, const std::function<QByteArray()>& prepare,
@@ -170,10 +171,12 @@ Home::Home(const QString& busAddress, const QString& localPlayer) {
     environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_qs, busAddress);
 }
 
-QString builtProgram(const char* name) { return QStringLiteral(MERLODE_BIN_DIR "/") + QString::fromLatin1(name); }
+QString builtProgram(const char* name) {
+    return QStringLiteral(MERLODE_BIN_DIR "/") + QString::fromLatin1(name);
+}
 
-void measureListeners(const std::vector<Listener*>& listeners, int changes, const std::function<QByteArray()>& prepare,
-                      const std::function<void()>& change) {
+void measureListeners(const std::vector<Listener*>& listeners, int changes,
+                      const std::function<QByteArray()>& prepare, const std::function<void()>& change) {
     for (int done = 0; done < changes; done += kBlock) {
         for (auto* listener : listeners)
             runBlock(*listener, std::min(kBlock, changes - done), prepare, change);

@@ -21,8 +21,8 @@ inline double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// A program that was started from here, with its standard output in a pipe that is read without an event loop in
-/// between. Ends with the object, and with this process should that be killed.
+/// A program that was started from here, with its standard output in a pipe that is read without an event
+/// loop in between. Ends with the object, and with this process should that be killed.
 class Child {
   public:
     Child(const QStringList& command, const QProcessEnvironment& environment);
@@ -64,8 +64,8 @@ class Home {
 /// The path of a program of this build.
 QString builtProgram(const char* name);
 
-/// One way to hear of changes: programs that are started in this order, the last of which writes a line for each
-/// change.
+/// One way to hear of changes: programs that are started in this order, the last of which writes a line for
+/// each change.
 struct Listener {
     std::vector<QStringList> commands;
     QProcessEnvironment environment;
@@ -76,10 +76,11 @@ struct Listener {
     int missed = 0;
 };
 
-/// Makes `changes` changes for each listener and takes the time from just before each change to its line. Listeners
-/// take turns in short blocks and run alone, so that none has to share the processor with another and all meet the
-/// same drift of the machine. `prepare` gives the title that the next change brings, `change` makes it.
-void measureListeners(const std::vector<Listener*>& listeners, int changes, const std::function<QByteArray()>& prepare,
-                      const std::function<void()>& change);
+/// Makes `changes` changes for each listener and takes the time from just before each change to its line.
+/// Listeners take turns in short blocks and run alone, so that none has to share the processor with another
+/// and all meet the same drift of the machine. `prepare` gives the title that the next change brings,
+/// `change` makes it.
+void measureListeners(const std::vector<Listener*>& listeners, int changes,
+                      const std::function<QByteArray()>& prepare, const std::function<void()>& change);
 
 } // namespace merlode::bench

@@ -251,12 +251,8 @@ void MprisPlayer::insistOnPlaying() {
 }
 
 void MprisPlayer::refreshIfStale() {
-    if (refreshWanted_ || !calls_.usable() || runLoop_.uptime() - refreshedAt_ <= kStaleSeconds)
-        return;
-    refreshWanted_ = runLoop_.after(kAskingDelay, [this] {
-        refreshWanted_.invalidate();
-        refresh();
-    });
+    if (calls_.usable() && runLoop_.uptime() - refreshedAt_ > kStaleSeconds)
+        afterNews(refreshWanted_, &MprisPlayer::refresh);
 }
 
 void MprisPlayer::refresh() {
@@ -314,12 +310,23 @@ void MprisPlayer::takeIn(const MprisChange& change) {
     // Players forget to announce what comes with a new state: capabilities, or the state that a new track
     // brings.
     if (change.state || (change.track && mirror_.state() != kPlayerStatePlaying))
-        refresh();
-    else if (!positionWanted_)
-        positionWanted_ = runLoop_.after(kAskingDelay, [this] {
-            positionWanted_.invalidate();
-            askPosition();
+        afterNews(refreshWanted_, &MprisPlayer::refresh);
+    else
+        afterNews(positionWanted_, &MprisPlayer::askPosition);
+}
+
+// News are passed on, and shown, by work that is queued when they come and by what that queues in turn. Two
+// turns on the queue put a question that nobody waits for behind both: to ask the bus first would delay what
+// is seen.
+void MprisPlayer::afterNews(Timer& slot, void (MprisPlayer::*question)()) {
+    if (slot)
+        return;
+    slot = runLoop_.after(0, [this, &slot, question] {
+        slot = runLoop_.after(0, [this, &slot, question] {
+            slot.invalidate();
+            (this->*question)();
         });
+    });
 }
 
 void MprisPlayer::propertiesChanged(const QDBusMessage& signal) {

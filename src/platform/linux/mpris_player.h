@@ -37,9 +37,6 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     static constexpr double kStaleSeconds = 1.5;
     /// How long a player may take to begin with an opened address by itself before it is told to play.
     static constexpr double kOpeningSeconds = 0.4;
-    /// How long questions to the player are put off that nobody waits for: behind the burst of signals that a
-    /// change of track brings, and behind the moment when the change is shown.
-    static constexpr double kAskingDelay = 0.03;
 
     struct Events {
         /// Track, state, capabilities or, by a jump, position changed.
@@ -101,6 +98,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     void askPosition();
     void takeIn(const MprisChange& change);
     void askDesktopEntry();
+    void afterNews(Timer& slot, void (MprisPlayer::*question)());
 
     QDBusConnection connection_;
     QString owner_;
