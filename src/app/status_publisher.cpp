@@ -40,8 +40,13 @@ void StatusPublisher::schedule() {
 
 void StatusPublisher::publish() {
     scheduled_.reset();
+    // Whoever waits for a change to show comes first; what the others send costs a turn of the bus.
+    publishStatus();
     for (const auto& listener : batchListeners_)
         listener();
+}
+
+void StatusPublisher::publishStatus() {
     const QVariantMap status = read_();
     if (published_ && withoutPosition(*published_) == withoutPosition(status) && !positionJumped(status))
         return;

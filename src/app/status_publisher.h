@@ -25,7 +25,8 @@ class StatusPublisher {
     /// Told of changes from now on, for as long as this object lives.
     void addListener(Listener listener) { listeners_.push_back(std::move(listener)); }
 
-    /// Told after each batch of notifications, whether or not the status came out the same.
+    /// Told after each batch of notifications, behind the listeners and whether or not the status came out
+    /// the same.
     void addBatchListener(std::function<void()> listener) { batchListeners_.push_back(std::move(listener)); }
 
     QVariantMap status() const { return read_(); }
@@ -33,6 +34,7 @@ class StatusPublisher {
   private:
     void schedule();
     void publish();
+    void publishStatus();
     bool positionJumped(const QVariantMap& status) const;
 
     Session& session_;

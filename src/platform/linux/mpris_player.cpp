@@ -82,6 +82,8 @@ void MprisPlayer::settle(double seconds) {
 
 void MprisPlayer::retire() {
     calls_.close();
+    positionWanted_.invalidate();
+    refreshWanted_.invalidate();
     opening_.invalidate();
     art_.want({});
 }
@@ -250,7 +252,7 @@ void MprisPlayer::insistOnPlaying() {
 
 void MprisPlayer::refreshIfStale() {
     if (calls_.usable() && runLoop_.uptime() - refreshedAt_ > kStaleSeconds)
-        refresh();
+        afterNews(refreshWanted_, &MprisPlayer::refresh);
 }
 
 void MprisPlayer::refresh() {
@@ -308,9 +310,23 @@ void MprisPlayer::takeIn(const MprisChange& change) {
     // Players forget to announce what comes with a new state: capabilities, or the state that a new track
     // brings.
     if (change.state || (change.track && mirror_.state() != kPlayerStatePlaying))
-        refresh();
+        afterNews(refreshWanted_, &MprisPlayer::refresh);
     else
-        askPosition();
+        afterNews(positionWanted_, &MprisPlayer::askPosition);
+}
+
+// News are passed on, and shown, by work that is queued when they come and by what that queues in turn. Two
+// turns on the queue put a question that nobody waits for behind both: to ask the bus first would delay what
+// is seen.
+void MprisPlayer::afterNews(Timer& slot, void (MprisPlayer::*question)()) {
+    if (slot)
+        return;
+    slot = runLoop_.after(0, [this, &slot, question] {
+        slot = runLoop_.after(0, [this, &slot, question] {
+            slot.invalidate();
+            (this->*question)();
+        });
+    });
 }
 
 void MprisPlayer::propertiesChanged(const QDBusMessage& signal) {

@@ -98,6 +98,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     void askPosition();
     void takeIn(const MprisChange& change);
     void askDesktopEntry();
+    void afterNews(Timer& slot, void (MprisPlayer::*question)());
 
     QDBusConnection connection_;
     QString owner_;
@@ -108,6 +109,8 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     MprisMirror mirror_;
     MprisArt art_;
     QString desktopEntry_;
+    Timer positionWanted_;
+    Timer refreshWanted_;
     quint64 wish_ = 0; // counts what the user asked for; a late reply to an earlier wish starts nothing
     Timer opening_;    // runs while an opened address has time to begin
     bool playWhenRead_ = false; // the next full reading decides whether the player has to be told to play

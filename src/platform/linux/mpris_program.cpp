@@ -119,6 +119,7 @@ void MprisProgram::dismiss() {
     player_->retire();
     player_.reset();
     process_.reset();
+    installed_.reset();
     owner_.clear();
     qCInfo(lcProgram) << description() << "is gone";
     tell(&PlayerProgramEvents::quit);
@@ -138,6 +139,17 @@ QStringList MprisProgram::desktopIds() const {
 std::optional<QString> MprisProgram::installedPath() {
     if (!mpris::isPlayerSuffix(options_.busSuffix))
         return std::nullopt;
+    if (!process_)
+        return findInstalled();
+    // It may yet tell the name of its desktop entry.
+    if (const auto ids = desktopIds(); !installed_ || ids != installedIds_) {
+        installed_ = findInstalled();
+        installedIds_ = ids;
+    }
+    return installed_;
+}
+
+std::optional<QString> MprisProgram::findInstalled() const {
     if (const auto entry = findDesktopEntry(desktopIds()))
         return entry->path;
     if (process_) {

@@ -55,6 +55,7 @@ class MprisProgram final : public QObject, public PlayerProgram {
     void dismiss();
     bool ownsName(const QString& owner) const;
     QStringList desktopIds() const;
+    std::optional<QString> findInstalled() const;
 
     QDBusConnection connection_;
     RunLoop& runLoop_;
@@ -65,6 +66,10 @@ class MprisProgram final : public QObject, public PlayerProgram {
     QString owner_;                     // of the player at hand
     std::shared_ptr<MprisPlayer> player_;
     std::optional<std::int32_t> process_;
+    // What was found for the player that runs. Each look at a player asks for it, and finding it is a search
+    // through every folder of applications.
+    std::optional<QString> installed_;
+    QStringList installedIds_; // for which it was found
     QString lastDesktopEntry_; // outlives the player that told it
 };
 
