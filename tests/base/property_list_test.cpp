@@ -10,7 +10,7 @@
 namespace merlode::property_list {
 namespace {
 
-TEST(PropertyListTest, EveryTypeSurvivesARoundTrip) {
+TEST(PropertyListTest, EveryTypeSurvivesARoundTripAndWhatXmlCannotCarryIsLeftOut) {
     const QVariantMap map{
         {QStringLiteral("true"), true},
         {QStringLiteral("negative"), qlonglong(-5)},
@@ -23,7 +23,9 @@ TEST(PropertyListTest, EveryTypeSurvivesARoundTrip) {
         {QStringLiteral("list"), QVariantList{qlonglong(1), QStringLiteral("x"), QVariantMap{}}},
         {QStringLiteral("a key & more"), QVariantMap{{QStringLiteral("deep"), false}}},
     };
-    const auto back = parse(serialize(map));
+    auto withBell = map;
+    withBell[QStringLiteral("text")] = map.value(QStringLiteral("text")).toString() + QChar(u'\a');
+    const auto back = parse(serialize(withBell));
     ASSERT_TRUE(back.has_value());
     const auto found = back->toMap();
     ASSERT_EQ(found.keys(), map.keys());
@@ -31,13 +33,6 @@ TEST(PropertyListTest, EveryTypeSurvivesARoundTrip) {
         EXPECT_EQ(found.value(item.key()), item.value()) << qPrintable(item.key());
         EXPECT_EQ(found.value(item.key()).typeId(), item.value().typeId()) << qPrintable(item.key());
     }
-}
-
-TEST(PropertyListTest, TextThatXmlCannotCarryIsCleanedSoThatTheRestIsReadable) {
-    const QVariantMap map{{QStringLiteral("bell"), QStringLiteral("a\u0007b")}};
-    const auto back = parse(serialize(map));
-    ASSERT_TRUE(back.has_value());
-    EXPECT_EQ(back->toMap().value(QStringLiteral("bell")).toString(), QStringLiteral("ab"));
 }
 
 TEST(PropertyListTest, BrokenAndHostileTextsGiveNothing) {

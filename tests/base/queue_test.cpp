@@ -10,24 +10,6 @@
 namespace merlode {
 namespace {
 
-TEST(DispatchQueueTest, RunsWorkInOrderAndDropsWhatHasNotStarted) {
-    VirtualRunLoop loop;
-    VirtualExecutor executor(loop);
-    std::vector<int> seen;
-    auto queue = std::make_unique<DispatchQueue>(QStringLiteral("test"), executor, nullptr);
-    queue->async([&] { seen.push_back(1); });
-    queue->async([&] {
-        seen.push_back(2);
-        queue->async([&] { seen.push_back(3); });
-    });
-    loop.runUntilIdle();
-    EXPECT_EQ(seen, (std::vector{1, 2, 3}));
-    queue->async([&] { seen.push_back(4); });
-    queue.reset();
-    loop.runUntilIdle();
-    EXPECT_EQ(seen.size(), 3U);
-}
-
 TEST(DispatchQueueTest, WorkMayDestroyItsOwnQueue) {
     VirtualRunLoop loop;
     VirtualExecutor executor(loop);
@@ -77,33 +59,15 @@ TEST(OperationQueueTest, ACancelledOperationRunsOnlyItsCompletion) {
         queue.addOperation(operation);
         return operation;
     };
-    const auto first = add(QStringLiteral("a"));
-    const auto second = add(QStringLiteral("b"));
+    add(QStringLiteral("a"));
+    const auto cancelled = add(QStringLiteral("b"));
     queue.cancelAllOperations();
-    const auto third = add(QStringLiteral("c"));
-    EXPECT_EQ(queue.operationCount(), 3U);
+    add(QStringLiteral("c"));
     loop.runUntilIdle();
     EXPECT_EQ(seen, (QStringList{QStringLiteral("a-"), QStringLiteral("b-"), QStringLiteral("c"),
                                  QStringLiteral("c+")}));
-    EXPECT_TRUE(first->isFinished() && second->isFinished() && third->isFinished());
+    EXPECT_TRUE(cancelled->isFinished());
     EXPECT_EQ(queue.operationCount(), 0U);
-}
-
-TEST(OperationQueueThreadTest, TheRunningOperationSeesItsCancel) {
-    const auto executor = makeThreadPoolExecutor();
-    std::promise<void> started;
-    bool stopped = false;
-    {
-        OperationQueue queue(QStringLiteral("test"), *executor, nullptr);
-        queue.addOperation(std::make_shared<Operation>([&](const Operation& self) {
-            started.set_value();
-            while (!self.isCancelled())
-                std::this_thread::yield();
-            stopped = true;
-        }));
-        started.get_future().wait();
-    }
-    EXPECT_TRUE(stopped);
 }
 
 } // namespace

@@ -2,8 +2,6 @@
 #include "base/session.h"
 #include "support/virtual_run_loop.h"
 
-#include <future>
-
 #include <gtest/gtest.h>
 
 namespace merlode {
@@ -41,14 +39,12 @@ struct Instance {
 };
 
 TEST(SessionTest, ControllersAreMadeOnFirstUseAndDestroyedInReverse) {
-    for (int round = 0; round < 2; ++round) { // build, destroy, build again
-        Instance instance;
-        instance.session->shared<Outer>();
-        instance.session->shared<Inner>();
-        instance.session.reset();
-        EXPECT_EQ(instance.log.lines, (QStringList{QStringLiteral("+inner"), QStringLiteral("+outer"),
-                                                   QStringLiteral("-outer"), QStringLiteral("-inner")}));
-    }
+    Instance instance;
+    instance.session->shared<Outer>();
+    instance.session->shared<Inner>();
+    instance.session.reset();
+    EXPECT_EQ(instance.log.lines, (QStringList{QStringLiteral("+inner"), QStringLiteral("+outer"),
+                                               QStringLiteral("-outer"), QStringLiteral("-inner")}));
 }
 
 TEST(SessionTest, TwoSessionsSideBySideDoNotTouchEachOther) {
@@ -69,24 +65,6 @@ TEST(SessionTest, TwoSessionsSideBySideDoNotTouchEachOther) {
     EXPECT_EQ(two.session->shared<Inner>().count, 0);
     EXPECT_EQ(heardByTwo, 0);
     EXPECT_EQ(SessionScope::current(), nullptr);
-}
-
-TEST(SessionThreadTest, TheCurrentSessionIsRightOnQueues) {
-    auto loop = std::make_unique<VirtualRunLoop>();
-    Log log;
-    Session session(std::move(loop), makeThreadPoolExecutor());
-    session.installReference(log);
-    std::vector<std::future<Inner*>> found;
-    for (int index = 0; index < 4; ++index) {
-        auto promise = std::make_shared<std::promise<Inner*>>();
-        found.push_back(promise->get_future());
-        session.queue(QStringLiteral("queue %1").arg(index)).async([promise] {
-            promise->set_value(&Session::current().shared<Inner>());
-        });
-    }
-    Inner* inner = &session.shared<Inner>();
-    for (auto& future : found)
-        EXPECT_EQ(future.get(), inner);
 }
 
 } // namespace

@@ -8,40 +8,35 @@
 
 namespace merlode {
 
-class VirtualRunLoop;
-
-/// Answers web requests out of a table: the route with the longest prefix of the address counts, and an
-/// address without a route fails. Any thread, but a latency takes a loop and so the loop's thread.
+/// Answers web requests out of a table, at once; an address that is not in it fails. Any thread.
 class FakeHttp final : public HttpClient {
   public:
     struct Request {
         QString url;
         double timeoutSeconds;
-        qint64 mostBytes;
     };
 
-    FakeHttp() = default;
-    /// With a loop a request can take time: see `setLatency`.
-    explicit FakeHttp(VirtualRunLoop& loop) : loop_(&loop) {}
-
-    void route(const QString& prefix, const QByteArray& body);
-    void fail(const QString& prefix);
-    /// From now on a request takes this long on the loop's clock; one that takes longer than its time-out
-    /// fails when that has passed.
-    void setLatency(double seconds) { latency_ = seconds; }
+    void route(const QString& url, const QByteArray& body) {
+        const std::lock_guard lock(mutex_);
+        routes_[url] = body;
+    }
 
     /// All requests so far, in their order.
-    std::vector<Request> requests() const;
+    std::vector<Request> requests() const {
+        const std::lock_guard lock(mutex_);
+        return requests_;
+    }
 
-    std::optional<QByteArray> get(const QString& url, double timeoutSeconds, qint64 mostBytes) override;
+    std::optional<QByteArray> get(const QString& url, double timeoutSeconds, qint64) override {
+        const std::lock_guard lock(mutex_);
+        requests_.push_back({url, timeoutSeconds});
+        const auto found = routes_.find(url);
+        return found == routes_.end() ? std::nullopt : std::optional(found->second);
+    }
 
   private:
-    std::optional<QByteArray> answer(const QString& url) const;
-
-    VirtualRunLoop* loop_ = nullptr;
-    double latency_ = 0;
     mutable std::mutex mutex_;
-    std::map<QString, std::optional<QByteArray>> routes_;
+    std::map<QString, QByteArray> routes_;
     std::vector<Request> requests_;
 };
 
