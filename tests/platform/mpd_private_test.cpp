@@ -13,13 +13,6 @@ PrivateMpdOptions options(const QString& music) {
             .sound = {}};
 }
 
-TEST(PrivateMpdConfiguration, KeepsOddPathsInsideTheirQuotes) {
-    const auto text = privateMpdConfiguration(options(QStringLiteral("/m/My \"best\" \\ #1")),
-                                              QStringLiteral("/run/socket"), SoundOutput::None);
-    ASSERT_TRUE(text);
-    EXPECT_TRUE(text->contains("music_directory \"/m/My \\\"best\\\" \\\\ #1\"\n")) << text->constData();
-}
-
 TEST(PrivateMpdConfiguration, IsRefusedForPathsThatCouldAddLines) {
     for (const char* path : {"/music\"\nbind_to_address \"any", "/music\r", "music", ""}) {
         const auto odd = QString::fromUtf8(path);
@@ -28,40 +21,22 @@ TEST(PrivateMpdConfiguration, IsRefusedForPathsThatCouldAddLines) {
     }
 }
 
-struct SoundCase {
-    const char* name;
-    bool pulse, pipewire, alsa;
-    const char* built;
-    SoundOutput expected;
-};
-
-class SoundOutputTest : public testing::TestWithParam<SoundCase> {};
-
-TEST_P(SoundOutputTest, IsOneThatTheMachineAndMpdBothHave) {
-    const auto& p = GetParam();
-    const SoundMachine machine{.pulseServer = p.pulse,
-                               .pipewireSocket = p.pipewire,
-                               .alsaDevice = p.alsa,
-                               .mpdOutputs = QString::fromUtf8(p.built).split(u' ')};
-    EXPECT_EQ(chooseSoundOutput(machine), p.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    , SoundOutputTest,
-    testing::Values(SoundCase{"desktop", true, true, true, "alsa pipewire pulse", SoundOutput::Pulse},
-                    SoundCase{"pipewireAlone", false, true, true, "alsa pipewire pulse",
-                              SoundOutput::PipeWire},
-                    SoundCase{"mpdWithoutPulse", true, true, true, "alsa pipewire", SoundOutput::PipeWire},
-                    SoundCase{"noSoundServer", false, false, true, "alsa pipewire pulse", SoundOutput::Alsa},
-                    SoundCase{"mpdWithoutThem", true, true, true, "null oss", SoundOutput::None},
-                    SoundCase{"container", false, false, false, "alsa pipewire pulse", SoundOutput::None}),
-    [](const auto& each) { return std::string(each.param.name); });
-
-TEST(MpdOutputs, AreReadFromTheirLineAlone) {
-    const QByteArray text = "Decoder plugins:\n [mad] mp3 pulse\n\nOutput plugins:\n null alsa pulse\n\n"
-                            "Encoder plugins:\n null wave\n";
-    EXPECT_EQ(parseMpdOutputs(text), QString::fromUtf8("null alsa pulse").split(u' '));
-    EXPECT_TRUE(parseMpdOutputs("mpd: not found\n").isEmpty());
+TEST(SoundOutputs, TheChosenOneIsThereAndBuiltIntoMpd) {
+    const struct {
+        bool pulse, pipewire, alsa;
+        const char* built;
+        SoundOutput expected;
+    } cases[] = {{true, true, true, "alsa pipewire pulse", SoundOutput::Pulse},
+                 {true, true, true, "alsa pipewire", SoundOutput::PipeWire},
+                 {false, false, true, "alsa pipewire pulse", SoundOutput::Alsa},
+                 {true, true, true, "null oss", SoundOutput::None},
+                 {false, false, false, "alsa pipewire pulse", SoundOutput::None}};
+    for (const auto& [pulse, pipewire, alsa, built, expected] : cases) {
+        const auto outputs = parseMpdOutputs(QByteArray("Decoder plugins:\n [mad] mp3 pulse\n\n"
+                                                        "Output plugins:\n ") +
+                                             built + "\n\nEncoder plugins:\n null pipewire\n");
+        EXPECT_EQ(chooseSoundOutput({pulse, pipewire, alsa, outputs}), expected) << built;
+    }
     EXPECT_TRUE(parseMpdOutputs("Output plugins:").isEmpty());
 }
 

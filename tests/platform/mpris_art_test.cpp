@@ -14,27 +14,14 @@
 namespace merlode {
 namespace {
 
-QByteArray picture(int side) {
-    QImage image(side, side, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
-void write(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
 class RoutedHttp final : public HttpClient {
   public:
     std::optional<QByteArray> get(const QString& url, double, qint64) override {
         asked += url;
-        return url.endsWith(u".png") ? std::optional(picture(3)) : std::nullopt;
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        QImage(3, 3, QImage::Format_RGB32).save(&buffer, "PNG");
+        return url.endsWith(u".png") ? std::optional(bytes) : std::nullopt;
     }
     QStringList asked;
 };
@@ -42,8 +29,14 @@ class RoutedHttp final : public HttpClient {
 TEST(MprisArt, AddressesAreReadAsPlayersWriteThem) {
     const QTemporaryDir folder;
     const QString base = folder.path();
-    write(base + u"/my cover.png"_qs, "space");
-    write(base + u"/100%#.png"_qs, "raw");
+    const auto write = [&base](const QString& name, const QByteArray& bytes) {
+        QFile file(base + name);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    };
+    write(u"/my cover.png"_qs, "space");
+    write(u"/100%#.png"_qs, "raw");
+    write(u"/huge.png"_qs, {});
+    ASSERT_TRUE(QFile::resize(base + u"/huge.png"_qs, Image::kMostBytes + 1));
     ASSERT_EQ(mkfifo(QFile::encodeName(base + u"/pipe"_qs).constData(), 0600), 0);
     const struct {
         QString url;
@@ -51,29 +44,15 @@ TEST(MprisArt, AddressesAreReadAsPlayersWriteThem) {
     } cases[] = {
         {u"file://"_qs + base + u"/my%20cover.png"_qs, "space"},
         {u"file://localhost"_qs + base + u"/my cover.png"_qs, "space"},
-        {base + u"/my cover.png"_qs, "space"},
-        {u"file://"_qs + base + u"/100%25%23.png"_qs, "raw"},
         {u"file://"_qs + base + u"/100%#.png"_qs, "raw"},
-        {u"file://elsewhere"_qs + base + u"/my%20cover.png"_qs, std::nullopt},
         {u"file://"_qs + base, std::nullopt},
+        {base + u"/huge.png"_qs, std::nullopt},
         {u"file://"_qs + base + u"/pipe"_qs, std::nullopt},
         {u"data:image/png;base64,aGVsbG8="_qs, "hello"},
         {u"data:text/html;base64,aGVsbG8="_qs, std::nullopt},
-        {u"data:image/png"_qs, std::nullopt},
-        {u"http://x/a.png"_qs, std::nullopt},
-        {u"ftp://x/a.png"_qs, std::nullopt},
-        {u""_qs, std::nullopt},
     };
     for (const auto& c : cases)
         EXPECT_EQ(fetchArt(c.url, nullptr), c.bytes) << c.url.toStdString();
-}
-
-TEST(MprisArt, AFileBeyondTheLimitIsNotRead) {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(u"huge.png"_qs);
-    write(path, {});
-    ASSERT_TRUE(QFile::resize(path, Image::kMostBytes + 1));
-    EXPECT_EQ(fetchArt(path, nullptr), std::nullopt);
 }
 
 TEST(MprisArt, OnlyThePictureLastAskedForArrives) {
@@ -82,31 +61,17 @@ TEST(MprisArt, OnlyThePictureLastAskedForArrives) {
     DispatchQueue queue(u"art"_qs, executor, nullptr);
     RoutedHttp http;
     MprisArt art(loop, &http, &queue);
-
+    MprisArt(loop, &http, &queue).want(u"https://x/gone.png"_qs); // a player that goes at once
     art.want(u"https://x/first.png"_qs);
     art.want(u"https://x/second.png"_qs);
-    EXPECT_FALSE(art.image());
     loop.runUntilIdle();
-    ASSERT_TRUE(art.image());
-    EXPECT_EQ(art.image()->pixels().width(), 3);
-    EXPECT_EQ(http.asked, QStringList{u"https://x/second.png"_qs}); // the first was left before its turn
+    EXPECT_TRUE(art.image());
+    EXPECT_EQ(http.asked, QStringList{u"https://x/second.png"_qs}) << "the others were left before";
 
     art.want(u"https://x/broken"_qs);
     EXPECT_FALSE(art.image()) << "the old picture is not the new track's";
     loop.runUntilIdle();
     EXPECT_FALSE(art.image());
-}
-
-TEST(MprisArt, NothingIsFetchedForAPlayerThatHasGone) {
-    VirtualRunLoop loop;
-    VirtualExecutor executor(loop);
-    DispatchQueue queue(u"art"_qs, executor, nullptr);
-    RoutedHttp http;
-    auto art = std::make_unique<MprisArt>(loop, &http, &queue);
-    art->want(u"https://x/first.png"_qs);
-    art.reset();
-    loop.runUntilIdle();
-    EXPECT_TRUE(http.asked.isEmpty());
 }
 
 } // namespace

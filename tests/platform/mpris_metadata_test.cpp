@@ -32,12 +32,9 @@ TEST(MprisMetadata, IdentityIsTheSameInWhicheverFormThePlayerNamesTheTrack) {
         {"/com/spotify/track/4uLU6hMC", "https://open.spotify.com/track/4uLU6hMC", "spotify:track:4uLU6hMC"},
         {"spotify:track:4uLU6hMC", "", "spotify:track:4uLU6hMC"},
         {"", "https://open.spotify.com/intl-de/track/4uLU6hMC?si=12#x", "spotify:track:4uLU6hMC"},
-        {"/com/spotify/episode/7aB", "", "spotify:episode:7aB"},
         {"/com/spotify/ad/9zX", "https://open.spotify.com/ad/9zX", "spotify:ad:9zX"},
-        {"spotify:ad:0001:x", "", "spotify:ad:0001:x"},
         {"/org/player/tracks/12", "file:///a.flac", "file:///a.flac"},
         {"/org/player/tracks/12", "", "/org/player/tracks/12"},
-        {"/org/player/track/12", "https://example.org/track/12", "https://example.org/track/12"},
         {"/x", "https://open.spotify.com/track/../etc", "https://open.spotify.com/track/../etc"},
         {"/org/mpris/MediaPlayer2/TrackList/NoTrack", "", nullptr},
         {"", "", nullptr},
@@ -54,21 +51,14 @@ TEST(MprisMetadata, LengthsOfEveryTypeAreReadAndNonsenseIsAbsent) {
         std::optional<double> seconds;
     } cases[] = {
         {qint64(2'500'000), 2.5},
-        {quint64(2'500'000), 2.5},
-        {int(2'500'000), 2.5},
-        {uint(2'500'000), 2.5},
         {2.5e6, 2.5},
         {u"2500000"_qs, 2.5},
         {wrapped(wrapped(qint64(2'500'000))), 2.5},
         {u"two minutes"_qs, std::nullopt},
         {qint64(0), std::nullopt},
-        {qint64(-1), std::nullopt},
-        {std::numeric_limits<qint64>::max(), std::nullopt},
         {std::numeric_limits<quint64>::max(), std::nullopt},
         {std::numeric_limits<double>::infinity(), std::nullopt},
         {std::nan(""), std::nullopt},
-        {true, std::nullopt},
-        {QStringList{u"1"_qs}, std::nullopt},
         {QVariant(), std::nullopt},
     };
     for (const auto& c : cases)
@@ -81,41 +71,27 @@ TEST(MprisMetadata, ArtistsComeAsListsOrAsOneText) {
         QVariant artist;
         std::optional<QString> text;
     } cases[] = {
-        {QStringList{u"A"_qs, u"B"_qs}, u"A, B"_qs},
-        {u"A"_qs, u"A"_qs},
-        {QVariantList{u"A"_qs, wrapped(u"B"_qs)}, u"A, B"_qs},
-        {wrapped(QStringList{u"A"_qs}), u"A"_qs},
-        {QStringList(), u""_qs},
-        {QVariantList{u"A"_qs, 7}, std::nullopt},
-        {7, std::nullopt},
-        {QStringList{longText}, std::nullopt},
+        {QStringList{u"A"_qs, u"B"_qs}, u"A, B"_qs}, {QVariantList{u"A"_qs, wrapped(u"B"_qs)}, u"A, B"_qs},
+        {wrapped(QStringList{u"A"_qs}), u"A"_qs},    {QStringList(), u""_qs},
+        {QVariantList{u"A"_qs, 7}, std::nullopt},    {QStringList{longText}, std::nullopt},
     };
     for (const auto& c : cases)
         EXPECT_EQ(trackWith(u"xesam:artist"_qs, c.artist).artist, c.text) << c.artist.typeName();
 }
 
-TEST(MprisMetadata, TextsAreCleanedAndEmptyIsNotAbsent) {
+TEST(MprisMetadata, TextsAndAddressesAreCleanedAndEmptyIsNotAbsent) {
     const auto title = [](const QVariant& value) { return trackWith(u"xesam:title"_qs, value).name; };
     EXPECT_EQ(title(u"Line\nbreak\x1b[0m"_qs), u"Line break [0m"_qs);
     EXPECT_EQ(title(u""_qs), u""_qs);
-    EXPECT_EQ(title(QString(kLongestPlayerText, u'x')), QString(kLongestPlayerText, u'x'));
     EXPECT_EQ(title(QString(kLongestPlayerText + 1, u'x')), std::nullopt);
     EXPECT_EQ(title(42), std::nullopt);
-}
-
-TEST(MprisMetadata, AnAddressWithRawSpacesIsMadeWholeAndOneWithControlsDropped) {
     const auto track = trackWith(u"xesam:url"_qs, u"file:///my music/a%25.flac"_qs);
     EXPECT_EQ(track.url, u"file:///my%20music/a%25.flac"_qs);
     EXPECT_EQ(track.id, track.url);
     EXPECT_EQ(track.name, u"a%"_qs) << "the file names an untagged track";
     EXPECT_EQ(trackWith(u"xesam:url"_qs, u"file:///a\nb"_qs), ScriptedTrack());
-}
-
-TEST(MprisMetadata, APlayerWithoutATrackHasNone) {
-    EXPECT_EQ(trackFrom({}), std::nullopt);
-    EXPECT_EQ(trackFrom({{u"mpris:trackid"_qs, path(u"/org/mpris/MediaPlayer2/TrackList/NoTrack"_qs)},
-                         {u"xesam:title"_qs, u"left over"_qs}}),
-              std::nullopt);
+    const auto noTrack = path(u"/org/mpris/MediaPlayer2/TrackList/NoTrack"_qs);
+    EXPECT_EQ(trackFrom({{u"mpris:trackid"_qs, noTrack}, {u"xesam:title"_qs, u"old"_qs}}), std::nullopt);
 }
 
 TEST(MprisMetadata, OnlyARealObjectPathIsSentBack) {
@@ -128,7 +104,7 @@ TEST(MprisMetadata, OnlyARealObjectPathIsSentBack) {
 
 TEST(MprisMetadata, NumbersOutOfRangeAreAbsent) {
     EXPECT_EQ(trackWith(u"xesam:trackNumber"_qs, 3).number, 3);
-    for (const QVariant& bad : {QVariant(0), QVariant(-2), QVariant(4e9), QVariant(u"three"_qs)})
+    for (const QVariant& bad : {QVariant(0), QVariant(4e9), QVariant(u"three"_qs)})
         EXPECT_EQ(trackWith(u"xesam:trackNumber"_qs, bad).number, std::nullopt);
     EXPECT_EQ(ratingFrom({{u"xesam:userRating"_qs, 0.8}}), 80);
     for (const QVariant& bad : {QVariant(-1.0), QVariant(4.0), QVariant(u"good"_qs), QVariant()})

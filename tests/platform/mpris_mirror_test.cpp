@@ -36,15 +36,10 @@ TEST(MprisMirror, OnlyAPositionFarFromTheExpectedOneIsAJump) {
     EXPECT_TRUE(mirror.positionRead(40, 106));
     EXPECT_FALSE(mirror.positionRead(std::nullopt, 107));
     EXPECT_EQ(mirror.position(107), std::nullopt);
-    EXPECT_FALSE(mirror.positionRead(5, 108));
-}
-
-TEST(MprisMirror, APlayerWhoseClockStandsStillDoesNotJumpAtEveryReading) {
-    MprisMirror mirror;
-    mirror.replace(playing(u"A"_qs, 0), 100);
-    EXPECT_FALSE(mirror.replace(playing(u"A"_qs, 0), 102).matters());
-    EXPECT_FALSE(mirror.replace(playing(u"A"_qs, 0), 104).matters());
-    EXPECT_TRUE(mirror.positionAnnounced(0, 108)); // it says itself that it went back
+    mirror.replace(playing(u"A"_qs, 0), 110);
+    EXPECT_FALSE(mirror.replace(playing(u"A"_qs, 0), 112).matters());
+    EXPECT_FALSE(mirror.replace(playing(u"A"_qs, 0), 114).matters()) << "its clock stands still";
+    EXPECT_TRUE(mirror.positionAnnounced(0, 118)) << "it says itself that it went back";
 }
 
 TEST(MprisMirror, WhatDoesNotConcernTheOwnerIsNoChange) {
@@ -62,42 +57,26 @@ TEST(MprisMirror, WhatDoesNotConcernTheOwnerIsNoChange) {
 
 TEST(MprisMirror, AFullReadingForgetsWhatThePlayerNoLongerHas) {
     MprisMirror mirror;
-    QVariantMap all = playing(u"A"_qs, 0);
-    all.insert(u"Volume"_qs, 0.3);
-    mirror.replace(all, 100);
-    ASSERT_EQ(mirror.volume(), 30);
-
+    mirror.replace(playing(u"A"_qs, 0), 100);
     EXPECT_TRUE(mirror.replace({}, 101).matters());
     EXPECT_EQ(mirror.state(), 0u);
     EXPECT_EQ(mirror.track(), std::nullopt);
-    EXPECT_EQ(mirror.volume(), std::nullopt);
     EXPECT_EQ(mirror.position(101), std::nullopt);
 }
 
 TEST(MprisMirror, VolumesAreBroughtIntoRangeOrAbsent) {
-    const struct {
-        QVariant told;
-        std::optional<int> read;
-    } cases[] = {
-        {0.504, 50},
-        {1.4, 100},
-        {1e300, 100},
-        {-0.2, 0},
-        {1, 100},
-        {std::nan(""), std::nullopt},
-        {u"loud"_qs, std::nullopt},
-    };
-    for (const auto& c : cases) {
+    const std::pair<QVariant, std::optional<int>> cases[] = {
+        {0.504, 50}, {1e300, 100}, {-0.2, 0}, {1, 100}, {std::nan(""), {}}, {u"loud"_qs, {}}};
+    for (const auto& [told, read] : cases) {
         MprisMirror mirror;
-        mirror.update({{u"Volume"_qs, c.told}}, 0);
-        EXPECT_EQ(mirror.volume(), c.read) << c.told.typeName();
-        EXPECT_EQ(mirror.capabilities().canSetVolume, c.read.has_value());
+        mirror.update({{u"Volume"_qs, told}}, 0);
+        EXPECT_EQ(mirror.volume(), read) << told.typeName();
+        EXPECT_EQ(mirror.capabilities().canSetVolume, read.has_value());
     }
 }
 
 TEST(MprisMirror, CapabilitiesNeedControlAndMissingOnesAreTried) {
     MprisMirror mirror;
-    EXPECT_EQ(mirror.capabilities(), PlayerCapabilities());
     mirror.update({{u"CanSeek"_qs, false}, {u"CanGoNext"_qs, u"wrong"_qs}}, 0);
     EXPECT_TRUE(mirror.capabilities().canPlay);
     EXPECT_TRUE(mirror.capabilities().canGoNext);

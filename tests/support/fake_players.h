@@ -18,30 +18,26 @@ class FakeScriptedPlayer final : public ScriptedPlayer {
     std::optional<int> volume = 50;
     std::optional<double> position;
     std::optional<Image> art;
-    std::optional<int> stars;
     bool inLibrary = true;
     QStringList commands;
 
     std::uint32_t playerState() override { return state; }
     std::optional<ScriptedTrack> currentTrack() override { return track; }
-    void play() override { commands << QStringLiteral("play"); }
-    void playpause() override { commands << QStringLiteral("playpause"); }
-    void pause() override { commands << QStringLiteral("pause"); }
-    void nextTrack() override { commands << QStringLiteral("next"); }
-    void previousTrack() override { commands << QStringLiteral("previous"); }
+    void play() override { commands << u"play"_qs; }
+    void playpause() override { commands << u"playpause"_qs; }
+    void pause() override { commands << u"pause"_qs; }
+    void nextTrack() override { commands << u"next"_qs; }
+    void previousTrack() override { commands << u"previous"_qs; }
     std::optional<int> soundVolume() override { return volume; }
-    void setSoundVolume(int newVolume) override {
-        commands << QStringLiteral("volume %1").arg(newVolume);
-        volume = newVolume;
-    }
+    void setSoundVolume(int newVolume) override { volume = newVolume; }
     std::optional<double> playerPosition() override { return position; }
-    void setPlayerPosition(double seconds) override { commands << QStringLiteral("seek %1").arg(seconds); }
+    void setPlayerPosition(double seconds) override { commands << u"seek %1"_qs.arg(seconds); }
     std::optional<Image> albumArt() override { return art; }
-    void setRepeating(bool on) override { commands << QStringLiteral("repeat %1").arg(int(on)); }
-    void setShuffling(bool on) override { commands << QStringLiteral("shuffle %1").arg(int(on)); }
-    std::optional<int> rating() override { return stars; }
-    void setRating(int rating) override { stars = rating; }
-    void playKey(const QString& key) override { commands << QStringLiteral("key ") + key; }
+    void setRepeating(bool) override {}
+    void setShuffling(bool) override {}
+    std::optional<int> rating() override { return std::nullopt; }
+    void setRating(int) override {}
+    void playKey(const QString& key) override { commands << u"key "_qs + key; }
     bool playFromLibrary(const LibraryQuery& query, const QString& playlistName) override {
         commands << QStringList{playlistName, query.name, query.album, query.artist}.join(u'|');
         return inLibrary;
@@ -51,10 +47,10 @@ class FakeScriptedPlayer final : public ScriptedPlayer {
     }
 
     /// Lets it play a track with these names.
-    void playing(const QString& name, const QString& artist = QStringLiteral("Artist"),
-                 const QString& album = QStringLiteral("Album")) {
+    void playing(const QString& name, const QString& artist = u"Artist"_qs,
+                 const QString& album = u"Album"_qs) {
         state = kPlayerStatePlaying;
-        track = ScriptedTrack{QStringLiteral("id of ") + name, {}, name, album, artist, 200.9, {}};
+        track = ScriptedTrack{u"id of "_qs + name, {}, name, album, artist, 200.9, {}};
         position = 10;
     }
 };
@@ -69,9 +65,7 @@ class FakeDesktop final : public Workspace, public ScriptedPlayers {
     };
 
     /// By name: "iTunes", "Spotify", "Rdio".
-    std::map<QString, Application> applications{
-        {QStringLiteral("iTunes"), {}}, {QStringLiteral("Spotify"), {}}, {QStringLiteral("Rdio"), {}}};
-    QStringList launched;
+    std::map<QString, Application> applications{{u"iTunes"_qs, {}}, {u"Spotify"_qs, {}}, {u"Rdio"_qs, {}}};
 
     /// Starts an application and gives its player.
     FakeScriptedPlayer& start(const QString& name) {
@@ -81,20 +75,14 @@ class FakeDesktop final : public Workspace, public ScriptedPlayers {
     void quit(const QString& name) { applications[name].process = 0; }
 
     std::optional<QString> fullPathForApplication(const QString& name) override {
-        return applications[name].installed ? std::optional(QStringLiteral("/usr/bin/") + name)
-                                            : std::nullopt;
+        return applications[name].installed ? std::optional(u"/usr/bin/"_qs + name) : std::nullopt;
     }
     std::vector<RunningApplication>
     runningApplicationsWithBundleIdentifier(const QString& identifier) override {
         const auto& application = find(identifier);
-        if (application.process == 0)
-            return {};
-        return {RunningApplication{application.process}};
+        return std::vector<RunningApplication>(application.process ? 1 : 0, {application.process});
     }
-    bool launchApplication(const QString& name) override {
-        launched << name;
-        return true;
-    }
+    bool launchApplication(const QString&) override { return true; }
     std::shared_ptr<ScriptedPlayer> player(const QString& identifier, std::int32_t process) override {
         const auto& application = find(identifier);
         return application.process == process ? application.player : nullptr;
@@ -102,11 +90,11 @@ class FakeDesktop final : public Workspace, public ScriptedPlayers {
 
   private:
     const Application& find(const QString& identifier) {
-        const bool iTunes = identifier == u"com.apple.iTunes";
-        const bool spotify = identifier == u"com.spotify.client";
-        return applications[iTunes    ? QStringLiteral("iTunes")
-                            : spotify ? QStringLiteral("Spotify")
-                                      : QStringLiteral("Rdio")];
+        for (auto& [name, application] : applications) {
+            if (identifier.contains(name, Qt::CaseInsensitive))
+                return application;
+        }
+        return applications[identifier];
     }
 
     std::int32_t lastProcess_ = 100;

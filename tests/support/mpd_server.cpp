@@ -14,16 +14,7 @@
 
 namespace merlode::testing_support {
 
-namespace {
-
-constexpr int kAskMilliseconds = 3000;
-
-bool isComplete(const QByteArray& reply) {
-    const auto last = reply.lastIndexOf('\n', -2) + 1;
-    return reply.endsWith('\n') && (reply.mid(last) == "OK\n" || reply.mid(last, 4) == "ACK ");
-}
-
-} // namespace
+static constexpr int kAskMilliseconds = 3000;
 
 bool pumpUntil(const std::function<bool()>& condition, double seconds) {
     QTimer tick; // conditions may hold without an event
@@ -51,10 +42,6 @@ MpdServer::MpdServer() {
     configuration.write(text.arg(folder_.path()).toUtf8());
 }
 
-MpdServer::~MpdServer() {
-    kill();
-}
-
 bool MpdServer::start() {
     process_.setStandardErrorFile(folder_.path() + QStringLiteral("/errors"));
     process_.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); }); // also when a test is aborted
@@ -68,14 +55,8 @@ bool MpdServer::start() {
 }
 
 void MpdServer::kill() {
-    if (process_.state() == QProcess::NotRunning)
-        return;
     process_.kill();
     process_.waitForFinished();
-}
-
-void MpdServer::send(int signal) const {
-    ::kill(static_cast<pid_t>(process_.processId()), signal);
 }
 
 QByteArray MpdServer::ask(const QByteArray& command) const {
@@ -83,15 +64,16 @@ QByteArray MpdServer::ask(const QByteArray& command) const {
     socket.connectToServer(socketPath());
     if (!socket.waitForConnected(kAskMilliseconds))
         return {};
-    const auto read = [&socket](const auto& complete) {
-        QByteArray reply;
-        while (!complete(reply) && socket.waitForReadyRead(kAskMilliseconds))
-            reply += socket.readAll();
-        return reply;
-    };
-    read([](const QByteArray& greeting) { return greeting.endsWith('\n'); });
     socket.write(command + '\n');
-    return read(isComplete);
+    QByteArray reply; // its first line is the greeting
+    const auto isComplete = [&reply] {
+        const auto last = reply.lastIndexOf('\n', -2) + 1;
+        return last > 0 && reply.endsWith('\n') &&
+               (reply.mid(last) == "OK\n" || reply.mid(last, 4) == "ACK ");
+    };
+    while (!isComplete() && socket.waitForReadyRead(kAskMilliseconds))
+        reply += socket.readAll();
+    return reply.mid(reply.indexOf('\n') + 1);
 }
 
 QByteArray MpdServer::value(const QByteArray& name, const QByteArray& command) const {

@@ -16,7 +16,7 @@ bool pumpUntil(const std::function<bool()>& condition, double seconds = 5);
 class MpdServer {
   public:
     MpdServer();
-    ~MpdServer();
+    ~MpdServer() { kill(); }
 
     QString musicFolder() const { return folder_.path() + QStringLiteral("/music"); }
     QString socketPath() const { return folder_.path() + QStringLiteral("/socket"); }
@@ -26,7 +26,6 @@ class MpdServer {
     bool start();
     /// Kills it without a chance to tidy up.
     void kill();
-    void send(int signal) const;
 
     /// The reply to a command of an independent client, up to and with its OK or ACK line. Blocks.
     QByteArray ask(const QByteArray& command) const;

@@ -4,8 +4,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <QRandomGenerator>
 
-#include <random>
 #include <vector>
 
 #include <flacfile.h>
@@ -15,66 +15,48 @@
 
 namespace merlode::testing_support {
 
-namespace {
-
-constexpr int kRate = 8000;
-
-bool writeSilence(const QByteArray& path, int seconds) {
+static bool writeSilence(const QByteArray& path) {
     SF_INFO info{};
-    info.samplerate = kRate;
+    info.samplerate = 8000;
     info.channels = 1;
     info.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
     SNDFILE* file = sf_open(path.constData(), SFM_WRITE, &info);
     if (!file)
         return false;
-    const std::vector<short> second(kRate, 0);
-    for (int i = 0; i < seconds; ++i)
-        sf_write_short(file, second.data(), kRate);
+    const std::vector<short> minute(60 * 8000, 0);
+    sf_write_short(file, minute.data(), 60 * 8000);
     return sf_close(file) == 0;
 }
 
-TagLib::String tagText(const QString& text) {
-    return TagLib::String(text.toUtf8().constData(), TagLib::String::UTF8);
-}
-
-} // namespace
-
 bool writeMusicFile(const MusicFile& file) {
     const QByteArray path = file.path.toUtf8();
-    if (!QDir().mkpath(QFileInfo(file.path).path()) || !writeSilence(path, file.seconds))
+    if (!QDir().mkpath(QFileInfo(file.path).path()) || !writeSilence(path))
         return false;
     TagLib::FLAC::File tagged(path.constData());
-    TagLib::Ogg::XiphComment* tags = tagged.xiphComment(true);
-    const auto add = [tags](const char* name, const QString& value) {
+    const auto add = [&tagged](const char* name, const QString& value) {
         if (!value.isEmpty())
-            tags->addField(name, tagText(value), false);
+            tagged.xiphComment(true)->addField(
+                name, TagLib::String(value.toUtf8().constData(), TagLib::String::UTF8), false);
     };
     add("TITLE", file.title);
     add("ALBUM", file.album);
     add("ALBUMARTIST", file.albumArtist);
     add("TRACKNUMBER", file.track);
-    add("DISCNUMBER", file.disc);
     for (const QString& artist : file.artists)
         add("ARTIST", artist);
     if (!file.picture.isEmpty()) {
         auto* picture = new TagLib::FLAC::Picture; // the file takes it over
-        picture->setMimeType("image/png");
-        picture->setType(TagLib::FLAC::Picture::FrontCover);
-        picture->setData(
-            TagLib::ByteVector(file.picture.constData(), static_cast<unsigned>(file.picture.size())));
+        picture->setData({file.picture.constData(), static_cast<unsigned>(file.picture.size())});
         tagged.addPicture(picture);
     }
     return tagged.save();
 }
 
-QByteArray noisePicture(int side, unsigned seed) {
-    std::mt19937 random(seed);
-    QImage image(side, side, QImage::Format_RGB888);
-    for (int y = 0; y < side; ++y) {
-        uchar* line = image.scanLine(y);
-        for (int x = 0; x < side * 3; ++x)
-            line[x] = static_cast<uchar>(random());
-    }
+QByteArray noisePicture(int side) {
+    QRandomGenerator random(1);
+    QImage image(side, side, QImage::Format_RGB32);
+    for (int at = 0; at < side * side; ++at)
+        image.setPixel(at % side, at / side, random.generate());
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);

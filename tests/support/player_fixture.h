@@ -40,10 +40,6 @@ class PlayerFixture : public testing::Test {
     void announce(NotificationName name, const QVariantMap& info = {}) {
         test.session.distributedCenter().post(name, nullptr, info);
     }
-    void launchFinished(const QString& name) {
-        test.session.workspaceCenter().post(notifications::kWorkspaceDidLaunchApplication, nullptr,
-                                            {{QStringLiteral("NSApplicationName"), name}});
-    }
 
     /// Counts the posts of a notification from now on.
     std::shared_ptr<int> count(NotificationName name) {
@@ -61,9 +57,9 @@ class PlayerFixture : public testing::Test {
     FakePandora pandora;
     TestSession test; // last: its controllers use what stands above
 
-    const QString iTunes = QStringLiteral("iTunes");
-    const QString spotify = QStringLiteral("Spotify");
-    const QString rdio = QStringLiteral("Rdio");
+    const QString iTunes = u"iTunes"_qs;
+    const QString spotify = u"Spotify"_qs;
+    const QString rdio = u"Rdio"_qs;
 
   private:
     std::vector<Observation> observations_;
