@@ -51,16 +51,18 @@ Demo::Demo(Session& session, const QString& demoFolder, std::function<void()> la
     makeMusic();
 }
 
+Demo::~Demo() { *stop_ = true; }
+
 void Demo::makeMusic() {
     const auto firstIsThere = [this, weak = std::weak_ptr(alive_)] {
         if (weak.lock())
             firstAlbumIsThere();
     };
     session_.queue(QStringLiteral("co.vantry.Merlode.Demo"))
-        .async([&loop = session_.runLoop(), folder = folder_, firstIsThere] {
+        .async([&loop = session_.runLoop(), folder = folder_, stop = stop_, firstIsThere] {
             const bool first = modules::makeDemoAlbum(folder, 0);
             loop.async(firstIsThere);
-            if (!first || !modules::makeDemoLibrary(folder))
+            if (!first || !modules::makeDemoLibrary(folder, *stop))
                 qCWarning(log) << "the demo's music could not be written to" << folder;
         });
 }

@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -27,6 +28,10 @@ class Demo {
   public:
     /// `launchPlayer` is called when the first album is there; the player then finds it at its first look.
     Demo(Session& session, const QString& demoFolder, std::function<void()> launchPlayer);
+    /// Has the making of the music end soon, which the session waits for.
+    ~Demo();
+    Demo(const Demo&) = delete;
+    Demo& operator=(const Demo&) = delete;
 
   private:
     void makeMusic();
@@ -38,6 +43,7 @@ class Demo {
     std::function<void()> launchPlayer_;
     Timer retry_;
     int attempts_ = 0;
+    std::shared_ptr<std::atomic<bool>> stop_ = std::make_shared<std::atomic<bool>>(false);
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace merlode {
@@ -21,6 +22,12 @@ struct FollowerPipes::Follower {
     void send(const QByteArray& line) {
         next = line + '\n';
         flush();
+    }
+
+    // Where nothing changes nothing is written, and only the pipe itself tells that its reader has gone.
+    bool hasGone() const {
+        pollfd watched{fd, 0, 0};
+        return gone || (poll(&watched, 1, 0) > 0 && (watched.revents & POLLERR));
     }
 
     // A line that has begun is ended before the latest one starts; those in between are left out.
@@ -71,7 +78,7 @@ void FollowerPipes::send(const QByteArray& line) {
 }
 
 void FollowerPipes::removeGone() {
-    std::erase_if(followers_, [](const auto& follower) { return follower->gone; });
+    std::erase_if(followers_, [](const auto& follower) { return follower->hasGone(); });
 }
 
 } // namespace merlode

@@ -53,9 +53,10 @@ bool makeDemoAlbum(const QString& folder, int index) {
     return make && make(&folder, index);
 }
 
-bool makeDemoLibrary(const QString& folder) {
-    const auto make = find<bool(const QString*)>(QStringLiteral("merlode-demo"), "merlodeMakeDemoLibrary");
-    return make && make(&folder);
+bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop) {
+    const auto make = find<bool(const QString*, const std::atomic<bool>*)>(QStringLiteral("merlode-demo"),
+                                                                           "merlodeMakeDemoLibrary");
+    return make && make(&folder, &stop);
 }
 
 } // namespace modules

@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -26,9 +27,10 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv);
 std::unique_ptr<Alerts> makeAlerts(RunLoop& loop);
 
 /// Makes one album of the demo's music below `folder`, counted as in `demoCatalogue`, or all that are not
-/// there yet. Blocks for seconds: not on the main thread. False where it cannot be made.
+/// there yet, or until `stop` is set. Blocks for seconds: not on the main thread. False where it cannot be
+/// made.
 bool makeDemoAlbum(const QString& folder, int index);
-bool makeDemoLibrary(const QString& folder);
+bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop);
 
 } // namespace modules
 

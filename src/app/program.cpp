@@ -9,6 +9,8 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusError>
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -100,6 +102,12 @@ int printDoctor() {
 }
 
 int runApplication(const Arguments& arguments, const QString& demoFolder) {
+    // An address that has outlived its bus, in a shell that was left open say.
+    if (const auto bus = QDBusConnection::sessionBus(); !bus.isConnected()) {
+        print(stderr,
+              QStringLiteral("merlode: the session bus cannot be reached: %1\n").arg(bus.lastError().message()));
+        return kCannotRun;
+    }
     Application application({arguments.headless, arguments.demo, resourceFolder(), demoFolder});
     if (!application.becomeTheInstance()) {
         if (arguments.demo) {

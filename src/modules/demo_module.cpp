@@ -9,8 +9,8 @@ bool merlodeMakeDemoAlbum(const QString* folder, int index) {
     return merlode::makeDemoAlbum(*folder, index);
 }
 
-bool merlodeMakeDemoLibrary(const QString* folder) {
-    const bool made = merlode::makeDemoLibrary(*folder, {});
+bool merlodeMakeDemoLibrary(const QString* folder, const std::atomic<bool>* stop) {
+    const bool made = merlode::makeDemoLibrary(*folder, {}, stop);
     malloc_trim(0); // seconds of sound were held in memory, once
     return made;
 }

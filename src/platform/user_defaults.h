@@ -36,7 +36,8 @@ class UserDefaults {
     std::optional<bool> optionalBoolFor(DefaultsKey<bool> key) const {
         const QVariant found = value(key.text());
         const auto type = found.typeId();
-        if (type == QMetaType::Bool || type == QMetaType::Int || type == QMetaType::LongLong)
+        if (type == QMetaType::Bool || type == QMetaType::Int || type == QMetaType::LongLong ||
+            type == QMetaType::Double)
             return found.toBool();
         return std::nullopt;
     }

@@ -167,6 +167,20 @@ TEST(DemoLibrary, IsMadeInOrderAndKeepsWhatIsThere) {
                     .isEmpty());
 }
 
+TEST(DemoLibrary, EndsEarlyWhenItIsAskedTo) {
+    const QTemporaryDir folder;
+    std::atomic<bool> stop = false;
+    int last = 0;
+    EXPECT_TRUE(makeDemoLibrary(
+        folder.path(),
+        [&](int done, int) {
+            stop = true;
+            last = done;
+        },
+        &stop));
+    EXPECT_LT(last, 30) << "more than those that were being made";
+}
+
 TEST(DemoLibrary, TellsThatItCannotWrite) {
     const QTemporaryDir folder;
     const auto file = folder.filePath(QStringLiteral("file"));

@@ -205,8 +205,9 @@ class Work {
   public:
     using Progress = std::function<void(int done, int total)>;
 
-    Work(const QString& folder, const std::vector<int>& albums, Progress progress)
-        : progress_(std::move(progress)) {
+    Work(const QString& folder, const std::vector<int>& albums, Progress progress,
+         const std::atomic<bool>* stop = nullptr)
+        : progress_(std::move(progress)), stop_(stop) {
         for (const auto index : albums) {
             makers_.push_back(std::make_unique<AlbumMaker>(folder, index));
             for (int number = 0; number < makers_.back()->trackCount(); ++number)
@@ -224,7 +225,7 @@ class Work {
 
   private:
     void makeTracks() {
-        for (auto index = next_++; index < tracks_.size() && !failed_; index = next_++) {
+        for (auto index = next_++; index < tracks_.size() && !isToEnd(); index = next_++) {
             const auto [maker, number] = tracks_[index];
             if (maker->makeTrack(number))
                 noteFinished(index);
@@ -232,6 +233,8 @@ class Work {
                 qCWarning(lcDemo) << "the demo's music could not be written";
         }
     }
+
+    bool isToEnd() const { return failed_ || (stop_ && *stop_); }
 
     void noteFinished(std::size_t index) {
         const std::scoped_lock lock(mutex_);
@@ -244,6 +247,7 @@ class Work {
     }
 
     const Progress progress_;
+    const std::atomic<bool>* const stop_;
     std::vector<std::unique_ptr<AlbumMaker>> makers_;
     std::vector<std::pair<AlbumMaker*, int>> tracks_;
     std::atomic<std::size_t> next_ = 0;
@@ -255,11 +259,12 @@ class Work {
 
 } // namespace
 
-bool makeDemoLibrary(const QString& folder, const std::function<void(int, int)>& progress) {
+bool makeDemoLibrary(const QString& folder, const std::function<void(int, int)>& progress,
+                     const std::atomic<bool>* stop) {
     std::vector<int> albums(demoCatalogue().size());
     for (std::size_t i = 0; i < albums.size(); ++i)
         albums[i] = static_cast<int>(i);
-    return Work(folder, albums, progress).run();
+    return Work(folder, albums, progress, stop).run();
 }
 
 bool makeDemoAlbum(const QString& folder, int index) {

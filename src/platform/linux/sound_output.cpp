@@ -53,10 +53,12 @@ SoundMachine probeSoundMachine(const QString& mpdExecutable, const QProcessEnvir
     machine.alsaDevice = !devices.entryList({QStringLiteral("pcmC*p")}, QDir::System).isEmpty();
     QProcess version;
     version.start(mpdExecutable, {QStringLiteral("--version")}, QIODevice::ReadOnly);
-    if (version.waitForFinished(kVersionMilliseconds))
+    if (version.waitForFinished(kVersionMilliseconds)) {
         machine.mpdOutputs = parseMpdOutputs(version.readAllStandardOutput());
-    else
+    } else {
         version.kill();
+        version.waitForFinished(kVersionMilliseconds); // else Qt complains of it on standard error
+    }
     return machine;
 }
 
