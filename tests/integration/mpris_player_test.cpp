@@ -426,8 +426,8 @@ TEST(MprisPlayerTest, AHungPlayerDoesNotHoldTheMainThread) {
     program.start({.changed = [&] { told = true; }, .launched = [&] { ++launches; }, .quit = [] {}});
     const double begin = loop.uptime();
     ASSERT_TRUE(waitUntil([&] { return told; }));
-    EXPECT_LT(loop.uptime() - begin, kPlayerCallTimeout + 0.5);
-    EXPECT_LT(longest, kPlayerCallTimeout / 2);
+    EXPECT_LT(loop.uptime() - begin, 2 * kPlayerCallTimeout);
+    EXPECT_LT(longest, kPlayerCallTimeout * 0.9);
     EXPECT_TRUE(player.calls().isEmpty());
     EXPECT_EQ(launches, 0);
 }
@@ -441,7 +441,7 @@ TEST(MprisPlayerTest, SettlingWithAHungPlayerEndsInItsTime) {
     program.start({});
     const double begin = loop.uptime();
     program.settle(0.2);
-    EXPECT_LT(loop.uptime() - begin, 0.6);
+    EXPECT_LT(loop.uptime() - begin, kPlayerCallTimeout * 0.9);
     ASSERT_TRUE(program.player());
     EXPECT_EQ(program.player()->playerState(), 0u);
 }

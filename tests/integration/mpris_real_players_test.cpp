@@ -18,6 +18,7 @@ namespace merlode {
 namespace {
 
 constexpr int kRate = 8000;
+constexpr double kPatience = 40; // real programs on a busy machine, in seconds
 
 template<class Number>
 QByteArray little(Number number) {
@@ -86,7 +87,7 @@ class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
         process_.setStandardErrorFile(QProcess::nullDevice());
         const QString program = command.takeFirst();
         process_.start(program, command);
-        ASSERT_TRUE(waitUntil([this] { return launches_ == 1; }, 30)) << "the player did not come up";
+        ASSERT_TRUE(waitUntil([this] { return launches_ == 1; }, kPatience)) << "the player did not come up";
     }
 
     QString song() const { return home_.filePath(u"a quiet söng.wav"_qs); }
@@ -95,20 +96,24 @@ class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
 
     /// Polls the volume meanwhile, as the program does with the player in charge.
     bool waitForState(std::uint32_t state) {
-        return waitUntil([=, this] {
-            player()->soundVolume();
-            return player()->playerState() == state;
-        });
+        return waitUntil(
+            [=, this] {
+                player()->soundVolume();
+                return player()->playerState() == state;
+            },
+            kPatience);
     }
 
     /// Waits until the file is loaded: before, players announce its name in place of its title.
     bool waitForTrack(const QString& path, const QString& title) {
         const auto address = QUrl::fromLocalFile(path);
-        return waitUntil([=, this] {
-            const auto track = player()->currentTrack();
-            return track && track->url && QUrl(*track->url) == address && track->name == title &&
-                   track->duration;
-        });
+        return waitUntil(
+            [=, this] {
+                const auto track = player()->currentTrack();
+                return track && track->url && QUrl(*track->url) == address && track->name == title &&
+                       track->duration;
+            },
+            kPatience);
     }
 
     PrivateBus bus_;
@@ -135,18 +140,25 @@ TEST_P(RealMprisPlayerTest, PlaysPausesAndDies) {
     EXPECT_NEAR(track->duration.value_or(0), 60, 1);
     EXPECT_TRUE(player()->capabilities().canPause);
 
-    // strawberry overlooks what comes within moments of a change of its state: it is told until it heeds.
+    // strawberry overlooks what comes before it really plays, which is later than it says and, without
+    // loudspeakers on a busy machine, sometimes never: it is told until it heeds.
+    {
+        const auto opening = loop_.every(8, [this, scripted = player()] { scripted->playKey(song()); });
+        ASSERT_TRUE(waitUntil([this] { return player() && player()->playerPosition() > 2.5; }, kPatience));
+    }
     changes_ = 0;
     {
-        const auto pausing = loop_.every(0.5, [this] { player()->pause(); });
+        const auto pausing = loop_.every(0.5, [scripted = player()] { scripted->pause(); });
         ASSERT_TRUE(waitForState(kPlayerStatePaused));
         EXPECT_TRUE(waitUntil([this] { return changes_ > 0; }));
     }
-    const auto playing = loop_.every(0.5, [this] { player()->play(); });
-    ASSERT_TRUE(waitForState(kPlayerStatePlaying));
-
+    {
+        const auto playing = loop_.every(0.5, [scripted = player()] { scripted->play(); });
+        ASSERT_TRUE(waitForState(kPlayerStatePlaying));
+    }
     ::kill(static_cast<pid_t>(process_.processId()), SIGKILL);
-    ASSERT_TRUE(waitUntil([this] { return quits_ == 1; }));
+    // The kernel closes a killed program's socket only behind its memory, seconds later on a busy machine.
+    ASSERT_TRUE(waitUntil([this] { return quits_ == 1; }, kPatience));
     EXPECT_FALSE(program_->player());
 }
 
@@ -179,7 +191,7 @@ TEST_P(RealMprisPlayerTest, AStoppedProcessHangsAndComesBack) {
     player()->nextTrack();
     EXPECT_TRUE(waitForState(0));
     ::kill(pid, SIGCONT);
-    EXPECT_TRUE(waitUntil([this] { return player()->playerState() != 0; }, kHungPlayerPause + 5));
+    EXPECT_TRUE(waitUntil([this] { return player()->playerState() != 0; }, kPatience));
 }
 
 INSTANTIATE_TEST_SUITE_P(Players, RealMprisPlayerTest,

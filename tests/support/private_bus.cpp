@@ -61,6 +61,7 @@ QProcessEnvironment PrivateBus::environment(const QString& home) const {
     environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_qs, address_);
     environment.insert(u"HOME"_qs, home);
     environment.insert(u"XDG_RUNTIME_DIR"_qs, home);
+    environment.insert(u"TMPDIR"_qs, home); // where programs look whether they run already
     environment.insert(u"QT_QPA_PLATFORM"_qs, u"offscreen"_qs);
     for (const auto& name : {u"XDG_CONFIG_HOME"_qs, u"XDG_DATA_HOME"_qs, u"XDG_CACHE_HOME"_qs, u"DISPLAY"_qs})
         environment.remove(name);
