@@ -51,7 +51,9 @@ Demo::Demo(Session& session, const QString& demoFolder, std::function<void()> la
     makeMusic();
 }
 
-Demo::~Demo() { *stop_ = true; }
+Demo::~Demo() {
+    *stop_ = true;
+}
 
 void Demo::makeMusic() {
     const auto firstIsThere = [this, weak = std::weak_ptr(alive_)] {

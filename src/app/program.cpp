@@ -104,8 +104,8 @@ int printDoctor() {
 int runApplication(const Arguments& arguments, const QString& demoFolder) {
     // An address that has outlived its bus, in a shell that was left open say.
     if (const auto bus = QDBusConnection::sessionBus(); !bus.isConnected()) {
-        print(stderr,
-              QStringLiteral("merlode: the session bus cannot be reached: %1\n").arg(bus.lastError().message()));
+        print(stderr, QStringLiteral("merlode: the session bus cannot be reached: %1\n")
+                          .arg(bus.lastError().message()));
         return kCannotRun;
     }
     Application application({arguments.headless, arguments.demo, resourceFolder(), demoFolder});

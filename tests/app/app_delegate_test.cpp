@@ -206,27 +206,6 @@ TEST_F(AppDelegateTest, TheEndOfDiscoveryServesConnectsOrDoesNothing) {
     EXPECT_EQ(takeLog(), "") << "the program has ended meanwhile";
 }
 
-TEST_F(AppDelegateTest, EachNotificationIsTakenFromItsOwnWindowOnly) {
-    launch();
-    const void* const panel = around.panelWindow();
-    const void* const settings = around.settingsWindow();
-    const void* const lastFM = around.lastFMWindow();
-    using namespace notifications;
-    const std::pair<NotificationName, const void*> rows[] = {
-        {kWindowDidResignKey, panel},         {kDisplaySearchTracks, panel}, {kDisplaySearchAlbums, panel},
-        {kDisplaySearchPandora, panel},       {kShowWindowView, panel},      {kShowFavoritesView, panel},
-        {kSettingsButtonSelected, settings},  {kWindowWillClose, lastFM},    {kOpenPanelWindow, nullptr},
-        {kOpenLastFMWindow, nullptr},         {kSelectSearchField, nullptr}, {kGlobalHotKeySelected, nullptr},
-        {kShowPandoraSettingsLogIn, nullptr},
-    };
-    for (const auto& [name, window] : rows) {
-        for (const void* object : {panel, settings, lastFM, static_cast<const void*>(nullptr)}) {
-            test.session.notificationCenter().post(name, object);
-            EXPECT_EQ(takeLog(), !window || window == object ? name.text : "");
-        }
-    }
-}
-
 TEST_F(AppDelegateTest, ASleepingMachineLeavesItsHostAndReturns) {
     launch();
     sleep();

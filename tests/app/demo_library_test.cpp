@@ -53,40 +53,6 @@ double loudness(const std::int16_t* samples, int count) {
 
 } // namespace
 
-TEST(DemoCatalogue, HoldsWhatALibraryTripsOver) {
-    int tracks = 0;
-    int twoDiscs = 0;
-    int compilations = 0;
-    int singles = 0;
-    qsizetype longest = 0;
-    QSet<QChar::Script> scripts;
-    QSet<QString> paths;
-    for (const auto& album : demoCatalogue()) {
-        twoDiscs += album.discs == 2;
-        compilations += album.compilation;
-        singles += album.tracks.size() == 1;
-        for (const auto& track : album.tracks) {
-            ++tracks;
-            longest = std::max(longest, track.title.size());
-            scripts << track.title.front().script();
-            EXPECT_FALSE(track.artist.isEmpty()) << track.title.toStdString();
-            for (const auto& part : demoTrackPath(album, track).split(u'/'))
-                EXPECT_LE(part.toUtf8().size(), 200) << part.toStdString();
-            paths << demoTrackPath(album, track);
-        }
-    }
-    EXPECT_GT(tracks, 180);
-    EXPECT_EQ(paths.size(), tracks) << "two tracks share a file";
-    EXPECT_EQ(twoDiscs, 1);
-    EXPECT_EQ(compilations, 1);
-    EXPECT_EQ(singles, 1);
-    EXPECT_GT(longest, 250);
-    for (const auto script :
-         {QChar::Script_Latin, QChar::Script_Greek, QChar::Script_Cyrillic, QChar::Script_Han,
-          QChar::Script_Katakana, QChar::Script_Hangul, QChar::Script_Arabic, QChar::Script_Hebrew})
-        EXPECT_TRUE(scripts.contains(script)) << script;
-}
-
 TEST(DemoLibrary, TagsAndArtAreReadBack) {
     struct Case {
         const char* album;
@@ -181,16 +147,6 @@ TEST(DemoLibrary, EndsEarlyWhenItIsAskedTo) {
     EXPECT_LT(last, 30) << "more than those that were being made";
 }
 
-TEST(DemoLibrary, TellsThatItCannotWrite) {
-    const QTemporaryDir folder;
-    const auto file = folder.filePath(QStringLiteral("file"));
-    ASSERT_TRUE(QFile(file).open(QIODevice::WriteOnly));
-    EXPECT_FALSE(makeDemoLibrary(file, [](int, int) { ADD_FAILURE() << "nothing was made"; }));
-    EXPECT_FALSE(makeDemoAlbum(file, 0));
-    EXPECT_FALSE(makeDemoTrack(folder.path(), 0, 1000));
-    EXPECT_FALSE(makeDemoAlbum(folder.path(), -1));
-}
-
 TEST(DemoMusic, EveryStyleIsHeardThroughoutAndNeverClips) {
     for (const auto style : {DemoStyle::Folk, DemoStyle::Jazz, DemoStyle::Electronic, DemoStyle::Ambient,
                              DemoStyle::Chamber, DemoStyle::Pop}) {
@@ -210,29 +166,4 @@ TEST(DemoMusic, EveryStyleIsHeardThroughoutAndNeverClips) {
             turns += (samples[i] < 0) != (samples[i - 1] < 0);
         EXPECT_LT(turns, static_cast<int>(samples.size()) / 6) << name;
     }
-}
-
-TEST(DemoMusic, TheSeedDecides) {
-    const auto samples = makeDemoMusic(DemoStyle::Electronic, 11);
-    EXPECT_EQ(makeDemoMusic(DemoStyle::Electronic, 11), samples);
-    EXPECT_NE(makeDemoMusic(DemoStyle::Electronic, 12), samples);
-}
-
-TEST(DemoCover, EveryAlbumHasItsOwnTheSameEachTime) {
-    std::vector<QImage> small;
-    for (int number = 0; number < static_cast<int>(demoCatalogue().size()); ++number)
-        small.push_back(paintDemoCover(number).scaled(8, 8, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    for (std::size_t i = 0; i < small.size(); ++i) {
-        for (std::size_t j = 0; j < i; ++j) {
-            int difference = 0;
-            for (int pixel = 0; pixel < 64; ++pixel) {
-                const QColor a(small[i].pixel(pixel % 8, pixel / 8));
-                const QColor b(small[j].pixel(pixel % 8, pixel / 8));
-                difference += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
-                              std::abs(a.blue() - b.blue());
-            }
-            EXPECT_GT(difference / 64, 40) << i << " and " << j;
-        }
-    }
-    EXPECT_EQ(paintDemoCover(5), paintDemoCover(5));
 }

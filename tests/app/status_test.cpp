@@ -9,7 +9,9 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
+
 #include <csignal>
+
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -57,16 +57,14 @@ TEST(OperationQueueTest, ACancelledOperationRunsOnlyItsCompletion) {
             [&seen, name](const Operation&) { seen << name; },
             [&seen, name](const Operation& self) { seen << name + QChar(self.isCancelled() ? u'-' : u'+'); });
         queue.addOperation(operation);
-        return operation;
     };
     add(QStringLiteral("a"));
-    const auto cancelled = add(QStringLiteral("b"));
+    add(QStringLiteral("b"));
     queue.cancelAllOperations();
     add(QStringLiteral("c"));
     loop.runUntilIdle();
     EXPECT_EQ(seen, (QStringList{QStringLiteral("a-"), QStringLiteral("b-"), QStringLiteral("c"),
                                  QStringLiteral("c+")}));
-    EXPECT_TRUE(cancelled->isFinished());
     EXPECT_EQ(queue.operationCount(), 0U);
 }
 

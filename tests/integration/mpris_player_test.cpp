@@ -224,15 +224,6 @@ TEST_F(MprisProgramTest, WhatAPlayerForgetsToAnnounceIsFoundWhenTheVolumeIsPolle
     EXPECT_EQ(player->readings(), readings + 1);
 }
 
-TEST_F(MprisProgramTest, PropertiesAnnouncedWithoutValuesAreReadAgain) {
-    const auto player = run(u"double"_qs);
-    start();
-    ASSERT_TRUE(waitForTitle(u"One"_qs));
-    player->change({{u"Metadata"_qs, MprisDouble::metadata(u"Two"_qs)}});
-    player->invalidate({u"Metadata"_qs});
-    EXPECT_TRUE(waitForTitle(u"Two"_qs));
-}
-
 TEST_F(MprisProgramTest, PositionsRunOnAndFollowSeeksAndNewTracks) {
     const auto player = run(u"double"_qs, playing(u"One"_qs, 10'000'000));
     start();
@@ -344,25 +335,6 @@ TEST_F(MprisProgramTest, APlayerThatOpensWithoutPlayingIsToldToPlay) {
     }
 }
 
-TEST_F(MprisProgramTest, APlaylistIsWrittenOncePerNameAndOpened) {
-    const QTemporaryDir folder;
-    QStringList files{u"/music/é 1.flac"_qs, u"/music/two\nlines.flac"_qs};
-    const auto player = run(u"double"_qs);
-    start(u"double"_qs,
-          {.playlistFolder = folder.path(), .filesFor = [&](const LibraryQuery&) { return files; }});
-    ASSERT_TRUE(waitForTitle(u"One"_qs));
-    ASSERT_TRUE(program_->player()->playFromLibrary({}, u"Merlode"_qs));
-    const QString path = folder.filePath(u"Merlode.m3u"_qs);
-    ASSERT_TRUE(wait([&] { return player->calls() == QStringList{u"OpenUri file://"_qs + path}; }));
-    QFile playlist(path);
-    ASSERT_TRUE(playlist.open(QIODevice::ReadOnly));
-    EXPECT_EQ(playlist.readAll(), "#EXTM3U\nfile:///music/%C3%A9%201.flac\nfile:///music/two%0Alines.flac\n");
-
-    files.clear();
-    EXPECT_FALSE(program_->player()->playFromLibrary({}, u"Merlode"_qs));
-    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList{u"Merlode.m3u"_qs});
-}
-
 TEST_F(MprisProgramTest, AHungPlayerIsLeftAloneThenAskedAgain) {
     const auto player = run(u"double"_qs);
     start();
@@ -389,18 +361,6 @@ TEST_F(MprisProgramTest, AHungPlayerIsLeftAloneThenAskedAgain) {
     ASSERT_TRUE(wait([&] { return program_->player()->playerState() == 0; }));
     player->announce({{u"PlaybackStatus"_qs, u"Paused"_qs}});
     ASSERT_TRUE(wait([&] { return program_->player()->playerState() == kPlayerStatePaused; }));
-}
-
-TEST_F(MprisProgramTest, TheBusMayGoFirst) {
-    auto bus = std::make_unique<PrivateBus>();
-    const auto player = std::make_unique<MprisDouble>(bus->connect(), u"double"_qs, playing(u"One"_qs));
-    program_ =
-        std::make_unique<MprisProgram>(bus->connect(), loop_, MprisProgramOptions{u"double"_qs, {}, {}});
-    program_->start({.changed = [] {}, .launched = [] {}, .quit = [this] { ++quits_; }});
-    ASSERT_TRUE(waitForTitle(u"One"_qs));
-    bus->stop();
-    ASSERT_TRUE(wait([&] { return quits_ == 1; }));
-    EXPECT_FALSE(program_->player());
 }
 
 /// The loop of the real program must go on whatever a player does.
@@ -430,42 +390,6 @@ TEST(MprisPlayerTest, AHungPlayerDoesNotHoldTheMainThread) {
     EXPECT_LT(longest, kPlayerCallTimeout * 0.9);
     EXPECT_TRUE(player.calls().isEmpty());
     EXPECT_EQ(launches, 0);
-}
-
-TEST(MprisPlayerTest, SettlingWithAHungPlayerEndsInItsTime) {
-    PrivateBus bus;
-    MprisDouble player(bus.connect(), u"double"_qs, playing(u"One"_qs));
-    player.setMute(true);
-    QtRunLoop loop;
-    MprisProgram program(bus.connect(), loop, {u"double"_qs, {}, {}});
-    program.start({});
-    const double begin = loop.uptime();
-    program.settle(0.2);
-    EXPECT_LT(loop.uptime() - begin, kPlayerCallTimeout * 0.9);
-    ASSERT_TRUE(program.player());
-    EXPECT_EQ(program.player()->playerState(), 0u);
-}
-
-TEST(MprisPlayerTest, AProgramIsLaunchedByItsDesktopFile) {
-    PrivateBus bus;
-    const QTemporaryDir home;
-    ASSERT_TRUE(QDir(home.path()).mkpath(u"applications"_qs));
-    QFile file(home.filePath(u"applications/test.player.desktop"_qs));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("[Desktop Entry]\nName=Player\nExec=mkdir \"" + home.path().toUtf8() + "/the mark\" %U\n");
-    file.close();
-    const QByteArray before = qgetenv("XDG_DATA_HOME");
-    qputenv("XDG_DATA_HOME", home.path().toLocal8Bit());
-    QtRunLoop loop;
-    MprisProgram program(bus.connect(), loop,
-                         {u"no-such-program"_qs, {u"missing"_qs, u"test.player"_qs}, {}});
-    program.start({});
-    EXPECT_EQ(program.installedPath(), file.fileName());
-    EXPECT_TRUE(program.launch());
-    qputenv("XDG_DATA_HOME", before);
-    EXPECT_TRUE(waitUntil([&] { return QDir(home.filePath(u"the mark"_qs)).exists(); }));
-    EXPECT_FALSE(program.installedPath());
-    EXPECT_FALSE(program.launch());
 }
 
 } // namespace

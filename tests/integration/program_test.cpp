@@ -16,7 +16,9 @@
 #include <QJsonObject>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+
 #include <csignal>
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -229,23 +231,6 @@ TEST_F(ProgramTest, WithoutASessionBusItRunsOnOneOfItsOwn) {
     EXPECT_EQ(waitForEnd(), 0) << errors.constData();
     EXPECT_TRUE(nothingIsLeft());
     EXPECT_FALSE(QFile::exists(folder_.filePath(u"run/"_qs) + QString::fromLatin1(control::kBusAddressFile)));
-}
-
-TEST_F(ProgramTest, ABusThatIsGoneIsToldOf) {
-    environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_qs, u"unix:path=/nowhere"_qs);
-    const auto outcome = merlode({u"--headless"_qs});
-    EXPECT_EQ(outcome.code, 1);
-    EXPECT_TRUE(outcome.errors.contains("session bus")) << outcome.errors.constData();
-}
-
-TEST_F(ProgramTest, WithADisplayItRunsTheSame) {
-    environment.insert(u"QT_QPA_PLATFORM"_qs, u"offscreen"_qs);
-    start({});
-    ASSERT_TRUE(answers()) << errorsSoFar().constData();
-    EXPECT_EQ(ctl("open").code, 0);
-    EXPECT_EQ(ctl("quit").code, 0);
-    EXPECT_EQ(waitForEnd(), 0) << errors.constData();
-    EXPECT_EQ(errors, "");
 }
 
 TEST_F(ProgramTest, ArgumentsThatItDoesNotKnowAreRefused) {

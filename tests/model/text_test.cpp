@@ -64,7 +64,6 @@ TEST(RemoteActionTest, EachActionHasATextOfItsOwnThatLeadsBack) {
         const auto action = static_cast<RemoteAction>(index);
         EXPECT_EQ(remoteActionFromRawValue(rawValue(action)), action);
     }
-    EXPECT_EQ(rawValue(RemoteAction::remoteThumbsPandora), u"remoteThumbsPandora"_qs);
     EXPECT_EQ(remoteActionFromRawValue(u"TrackChanged"_qs), std::nullopt);
 }
 

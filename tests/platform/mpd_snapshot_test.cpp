@@ -83,7 +83,7 @@ TEST(MpdSnapshot, PositionStopsAtTheEndAndWhilePaused) {
     EXPECT_EQ(snapshot(kPlaying, 5).position(15), 20.5);
     EXPECT_EQ(snapshot(kPlaying, 5).position(5000), 200);
     EXPECT_EQ(snapshot(kPlaying, 5).position(1), 10.5) << "a clock read before the anchor";
-    EXPECT_EQ(snapshot("state: pause\nfile: x\nelapsed: 10.5", 5).position(15), 10.5);
+    EXPECT_EQ(snapshot("state: pause\nelapsed: 10.5\nfile: x", 5).position(15), 10.5);
 }
 
 TEST(MpdLibrary, FindsExactMatchesInTheOrderOfTheAlbum) {

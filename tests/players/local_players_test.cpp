@@ -65,12 +65,13 @@ TEST_F(LocalPlayersTest, PlaysByKeyOrFromTheLibrary) {
     SpotifyPlayer().playTrack(*track);
     EXPECT_EQ(client.commands, QStringList(u"key spotify:track:1"_qs));
     iTunesPlayer().playTrack(*track);
-    EXPECT_EQ(alerts.shown, QStringList());
+    EXPECT_TRUE(alerts.shown.empty());
     library.inLibrary = false;
     iTunesPlayer().playTrack(*track);
     const auto album = Album::make(ItemSourceType::iTunes, {}, u"B"_qs, u"A"_qs, {}, false);
     iTunesPlayer().playAlbum(*album);
-    EXPECT_EQ(alerts.shown, QStringList(u"Track not found"_qs)) << "none for an album";
+    ASSERT_EQ(alerts.shown.size(), 1U) << "none for an album";
+    EXPECT_EQ(alerts.shown[0].messageText, u"Track not found");
     EXPECT_EQ(library.commands, (QStringList{u"Merlode|T|B|A"_qs, u"Merlode|T|B|A"_qs, u"Merlode||B|A"_qs}));
 }
 

@@ -41,8 +41,8 @@ TEST_F(PlayerControllerTest, TheFirstPlayerIsTheOneThatPlaysElseByAnotherOrder) 
         for (const auto& [name, application] : desktop.applications)
             EXPECT_FALSE(application.player->commands.contains(u"pause"_qs));
     }
-    desktop.start(iTunes);
-    desktop.applications[iTunes].installed = false;
+    desktop.start(u"iTunes"_qs);
+    desktop.applications[u"iTunes"_qs].installed = false;
     EXPECT_EQ(activeType(), std::nullopt) << "what is not installed has no adapter";
 }
 

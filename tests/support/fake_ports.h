@@ -9,29 +9,37 @@
 #include <QStringList>
 
 #include <map>
+#include <vector>
 
 namespace merlode {
 
 /// User defaults in memory.
 class MemoryUserDefaults final : public UserDefaults {
   public:
-    void registerDefaults(const QVariantMap&) override {}
-    void setValue(const QString& key, const QVariant& value) override { values_.insert(key, value); }
-    QVariant value(const QString& key) const override { return values_.value(key); }
+    void registerDefaults(const QVariantMap& values) override { registered_.insert(values); }
+    void setValue(const QString& key, const QVariant& value) override {
+        if (value.isValid())
+            values_.insert(key, value);
+        else
+            values_.remove(key);
+    }
+    QVariant value(const QString& key) const override { return values_.value(key, registered_.value(key)); }
     bool synchronize() override { return true; }
 
   private:
     QVariantMap values_;
+    QVariantMap registered_;
 };
 
-/// Writes alerts down and answers each with its first button.
+/// Writes alerts down and answers as a test says.
 class FakeAlerts final : public Alerts {
   public:
-    QStringList shown; ///< their messages
+    std::vector<Alert> shown;
+    int answer = kAlertFirstButtonReturn;
 
     int runModal(const Alert& alert) override {
-        shown << alert.messageText;
-        return kAlertFirstButtonReturn;
+        shown.push_back(alert);
+        return answer;
     }
 };
 

@@ -15,8 +15,8 @@ namespace merlode {
 /// A file appears under its name once it is whole, and one that is there already is kept, so that an album
 /// made before may be playing meanwhile.
 ///
-/// Once `*stop` is set, where one is given, no further track is begun. False when a file could not be written; in
-/// both cases what is made so far stays.
+/// Once `*stop` is set, where one is given, no further track is begun. False when a file could not be
+/// written; in both cases what is made so far stays.
 bool makeDemoLibrary(const QString& folder, const std::function<void(int done, int total)>& progress,
                      const std::atomic<bool>* stop = nullptr);
 
