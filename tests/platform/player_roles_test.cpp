@@ -92,9 +92,11 @@ TEST_F(PlayerRolesTest, AnAnnouncementTellsOfTheTrackWhatThePlayerTold) {
     const ScriptedTrack nameOnly{u"id"_qs, {}, u"Kite"_qs, {}, {}, 20, {}};
     const QVariantMap fullInfo{
         {u"Name"_qs, u"Kite"_qs}, {u"Artist"_qs, u"Artist"_qs}, {u"Album"_qs, u"Album"_qs}};
+    const QVariantMap streamInfo{
+        {u"Name"_qs, u"Kite"_qs}, {u"Artist"_qs, QString()}, {u"Album"_qs, QString()}};
     const Row rows[] = {
         {PlayerRole::Local, full, {{kLocalAnnouncement, fullInfo}}},
-        {PlayerRole::Local, nameOnly, {{kLocalAnnouncement, {{u"Name"_qs, u"Kite"_qs}}}}},
+        {PlayerRole::Local, nameOnly, {{kLocalAnnouncement, streamInfo}}},
         {PlayerRole::Local, {}, {{kLocalAnnouncement, {}}}},
         {PlayerRole::Spotify, full, {{kSpotifyAnnouncement, fullInfo}}},
         {PlayerRole::Rdio, full, {}},
