@@ -1,15 +1,8 @@
-#include "app/demo/demo_cover.h"
 #include "app/demo/demo_library.h"
-#include "app/demo/demo_music.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QImage>
-#include <QSet>
 #include <QTemporaryDir>
-
-#include <cmath>
 
 #include <flacfile.h>
 #include <flacpicture.h>
@@ -42,13 +35,6 @@ double secondsOf(const QByteArray& path) {
     const auto count = ::sf_readf_short(file, samples.data(), info.frames);
     ::sf_close(file);
     return static_cast<double>(count) / info.samplerate;
-}
-
-double loudness(const std::int16_t* samples, int count) {
-    double sum = 0;
-    for (int i = 0; i < count; ++i)
-        sum += double(samples[i]) * samples[i];
-    return std::sqrt(sum / count);
 }
 
 } // namespace
@@ -101,38 +87,6 @@ TEST(DemoLibrary, TagsAndArtAreReadBack) {
                 600);
 }
 
-TEST(DemoLibrary, IsMadeInOrderAndKeepsWhatIsThere) {
-    const QTemporaryDir folder;
-    const auto& albums = demoCatalogue();
-    int total = 0;
-    // All but the second and third tracks stand in for what was made before.
-    for (std::size_t a = 0; a < albums.size(); ++a) {
-        for (std::size_t t = 0; t < albums[a].tracks.size(); ++t, ++total) {
-            const auto path = folder.filePath(demoTrackPath(albums[a], albums[a].tracks[t]));
-            ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
-            if (a != 0 || (t != 1 && t != 2)) {
-                ASSERT_TRUE(QFile(path).open(QIODevice::WriteOnly)) << path.toStdString();
-            }
-        }
-    }
-    std::vector<int> seen;
-    ASSERT_TRUE(makeDemoLibrary(folder.path(), [&](int done, int all) {
-        EXPECT_EQ(all, total);
-        seen.push_back(done);
-        // What is told to be finished is there, whole and under its name.
-        if (done >= 3) {
-            EXPECT_GT(QFileInfo(folder.filePath(demoTrackPath(albums[0], albums[0].tracks[1]))).size(),
-                      100000);
-        }
-    }));
-    EXPECT_TRUE(std::ranges::is_sorted(seen));
-    EXPECT_EQ(seen.back(), total);
-    EXPECT_EQ(QFileInfo(folder.filePath(demoTrackPath(albums[0], albums[0].tracks[0]))).size(), 0);
-    EXPECT_TRUE(QDir(folder.filePath(demoTrackPath(albums[0], albums[0].tracks[0]).section(u'/', 0, 1)))
-                    .entryList({QStringLiteral(".*.part")}, QDir::Files | QDir::Hidden)
-                    .isEmpty());
-}
-
 TEST(DemoLibrary, EndsEarlyWhenItIsAskedTo) {
     const QTemporaryDir folder;
     std::atomic<bool> stop = false;
@@ -145,25 +99,4 @@ TEST(DemoLibrary, EndsEarlyWhenItIsAskedTo) {
         },
         &stop));
     EXPECT_LT(last, 30) << "more than those that were being made";
-}
-
-TEST(DemoMusic, EveryStyleIsHeardThroughoutAndNeverClips) {
-    for (const auto style : {DemoStyle::Folk, DemoStyle::Jazz, DemoStyle::Electronic, DemoStyle::Ambient,
-                             DemoStyle::Chamber, DemoStyle::Pop}) {
-        const auto samples = makeDemoMusic(style, 11);
-        const auto name = testing::Message() << "style " << static_cast<int>(style);
-        const auto [least, most] = std::ranges::minmax(samples);
-        EXPECT_LE(std::max(-int(least), int(most)), 23000) << name;
-        EXPECT_LT(std::abs(samples.front()), 200) << name << ": starts with a click";
-        EXPECT_LT(std::abs(samples.back()), 200) << name << ": ends with a click";
-        const auto seconds = static_cast<int>(samples.size()) / kDemoSampleRate;
-        for (int second = 0; second < seconds - 2; ++second)
-            EXPECT_GT(loudness(samples.data() + second * kDemoSampleRate, kDemoSampleRate), 400)
-                << name << ", silent at " << second << " s";
-        // Noise would turn its sign at every second sample; the tones are low.
-        int turns = 0;
-        for (std::size_t i = 1; i < samples.size(); ++i)
-            turns += (samples[i] < 0) != (samples[i - 1] < 0);
-        EXPECT_LT(turns, static_cast<int>(samples.size()) / 6) << name;
-    }
 }

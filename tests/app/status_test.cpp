@@ -144,19 +144,6 @@ TEST_F(FollowerPipesTest, ALineLongerThanAPipeComesWhole) {
     EXPECT_EQ(readUntil(reader, "latest"), (QList<QByteArray>{longLine, "latest"}));
 }
 
-TEST_F(FollowerPipesTest, ReadersThatGoMakeRoomForOthers) {
-    std::vector<QDBusUnixFileDescriptor> readers;
-    for (std::size_t number = 0; number < FollowerPipes::kMostFollowers; ++number)
-        readers.push_back(pipes.add("first"));
-    EXPECT_TRUE(readers.back().isValid());
-    EXPECT_FALSE(pipes.add("first").isValid());
-    readers.resize(1);
-    EXPECT_TRUE(pipes.add("first").isValid()) << "though nothing has been sent since they went";
-    pipes.send("second");
-    EXPECT_EQ(pipes.count(), 1U);
-    EXPECT_EQ(readUntil(readers[0], "second"), (QList<QByteArray>{"first", "second"}));
-}
-
 // Who plays the local library.
 
 TEST(LocalRoleTest, TheSettingDecidesAndElseWhatIsThere) {

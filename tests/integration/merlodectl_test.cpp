@@ -72,31 +72,6 @@ class MerlodectlTest : public testing::Test {
 
 } // namespace
 
-TEST_F(MerlodectlTest, EachWordMakesItsCall) {
-    ProgramDouble program(bus_);
-    const std::vector<std::pair<QString, QString>> cases{
-        {u"play-pause"_qs, u"PlayPause"_qs},
-        {u"play"_qs, u"Play"_qs},
-        {u"pause"_qs, u"Pause"_qs},
-        {u"next"_qs, u"Next"_qs},
-        {u"previous"_qs, u"Previous"_qs},
-        {u"seek 1:05"_qs, u"Seek 65"_qs},
-        {u"seek -5"_qs, u"SeekBy -5"_qs},
-        {u"seek 25%"_qs, u"Status,Seek 50"_qs},
-        {u"volume 30"_qs, u"SetVolume 30"_qs},
-        {u"volume -5"_qs, u"ChangeVolume -5"_qs},
-        {u"mute"_qs, u"ToggleMute"_qs},
-        {u"players use rdio mpd"_qs, u"UsePlayer rdio mpd"_qs},
-        {u"open"_qs, u"Reopen"_qs},
-        {u"quit"_qs, u"Quit"_qs},
-    };
-    for (const auto& [arguments, calls] : cases) {
-        program.calls.clear();
-        EXPECT_EQ(run(arguments), 0) << arguments.toStdString() << ": " << errors_.constData();
-        EXPECT_EQ(program.calls.join(u','), calls);
-    }
-}
-
 TEST_F(MerlodectlTest, FailuresHaveTheirExitCodes) {
     EXPECT_EQ(run(u"sing"_qs), 2);
     EXPECT_EQ(run(u"play"_qs), 3);

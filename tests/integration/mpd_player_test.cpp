@@ -82,18 +82,6 @@ class MpdPlayerTest : public testing::Test {
     int quits_ = 0;
 };
 
-TEST_F(MpdPlayerTest, FindsOnSettlingWhatPlaysAlready) {
-    server_.ask("play 0");
-    server_.ask("seekcur 20");
-    auto& player = connect();
-    EXPECT_EQ(player.playerState(), kPlayerStatePlaying);
-    EXPECT_EQ(nameOf(player), u"One"_qs);
-    EXPECT_EQ(player.currentTrack()->url, u"file://"_qs + server_.musicFolder() + u"/first/1.flac"_qs);
-    EXPECT_NEAR(player.playerPosition().value_or(0), 20, 1);
-    EXPECT_EQ(program_->processIdentifier(), server_.processId());
-    EXPECT_EQ(changes_ + launches_, 0) << "it ran already";
-}
-
 TEST_F(MpdPlayerTest, CarriesOutCommands) {
     auto& player = connect();
     player.play();
@@ -236,17 +224,6 @@ TEST_F(MpdPlayerTest, TellsOfTheEndAndTheReturn) {
     EXPECT_NE(program_->player(), old);
     EXPECT_EQ(program_->processIdentifier(), server_.processId());
     EXPECT_EQ(quits_, 1);
-}
-
-TEST_F(MpdPlayerTest, IsFoundAmongPlacesWhereNobodyIs) {
-    const MpdAddress nobody{.socketPath = server_.musicFolder() + u"/socket"_qs, .host = {}, .password = {}};
-    EXPECT_EQ(findRunningMpd({nobody, address()}, 1), address());
-    ::kill(pid(), SIGSTOP);
-    QElapsedTimer timer;
-    timer.start();
-    EXPECT_FALSE(findRunningMpd({address(), nobody}, 0.3).has_value());
-    EXPECT_LT(timer.elapsed(), 1000);
-    ::kill(pid(), SIGCONT);
 }
 
 } // namespace

@@ -112,22 +112,6 @@ TEST_F(MprisProgramTest, AProgramComesAndGoesWhilePlaying) {
     EXPECT_EQ(title(), u"Two"_qs);
 }
 
-TEST_F(MprisProgramTest, OneProcessWithTwoNamesIsOnePlayer) {
-    const auto player = run(u"double.instance7"_qs);
-    player->addName(u"double"_qs);
-    const auto proxy = run(u"playerctld"_qs);
-    const auto own = run(u"merlode.instance2"_qs);
-    const auto other = run(u"another"_qs);
-    start();
-    ASSERT_TRUE(waitForTitle(u"One"_qs));
-    EXPECT_EQ(mprisPlayerNames(bus_.connect()), (QStringList{u"another"_qs, u"double"_qs}));
-
-    player->dropName(u"double"_qs);
-    player->announce({{u"Metadata"_qs, MprisDouble::metadata(u"Two"_qs)}});
-    ASSERT_TRUE(waitForTitle(u"Two"_qs));
-    EXPECT_EQ(quits_, 0);
-}
-
 TEST_F(MprisProgramTest, TheProxyAndOurOwnNamesAreNeverAPlayer) {
     const auto proxy = run(u"playerctld"_qs);
     const auto own = run(u"merlode"_qs);
@@ -242,99 +226,6 @@ TEST_F(MprisProgramTest, PositionsRunOnAndFollowSeeksAndNewTracks) {
     EXPECT_EQ(changes_, 3); // the track, then the place in it, which is not its beginning
 }
 
-TEST_F(MprisProgramTest, CommandsReachThePlayerInItsOwnTerms) {
-    const auto player = run(u"double"_qs);
-    start();
-    ASSERT_TRUE(waitForTitle(u"One"_qs));
-    const auto scripted = program_->player();
-    scripted->nextTrack();
-    scripted->previousTrack();
-    scripted->playpause();
-    scripted->pause();
-    scripted->setPlayerPosition(1e9);
-    EXPECT_EQ(scripted->playerPosition(), 180.0);
-    scripted->setPlayerPosition(-3);
-    scripted->setSoundVolume(130);
-    EXPECT_EQ(scripted->soundVolume(), 100);
-    scripted->setRepeating(true);
-    scripted->setRepeating(false);
-    scripted->setShuffling(true);
-    scripted->playKey(u"bad\nkey"_qs);
-    scripted->playKey(u"/my music/é.flac"_qs);
-    const QStringList expected{u"Next"_qs,
-                               u"Previous"_qs,
-                               u"PlayPause"_qs,
-                               u"Pause"_qs,
-                               u"SetPosition /track/1 180000000"_qs,
-                               u"SetPosition /track/1 0"_qs,
-                               u"SetVolume 1"_qs,
-                               u"SetLoopStatus Playlist"_qs,
-                               u"SetLoopStatus None"_qs,
-                               u"SetShuffle true"_qs,
-                               u"OpenUri file:///my%20music/%C3%A9.flac"_qs};
-    ASSERT_TRUE(wait([&] { return player->calls().size() >= expected.size(); }));
-    EXPECT_EQ(player->calls(), expected);
-}
-
-TEST_F(MprisProgramTest, APlayerWithoutUsableTrackIdOrPauseIsServedOtherwise) {
-    QVariantMap stream = playing(u"Stream"_qs, 40'000'000);
-    QVariantMap metadata = MprisDouble::metadata(u"Stream"_qs);
-    metadata.insert(u"mpris:trackid"_qs, u"spotify:track:abc"_qs);
-    stream.insert(u"Metadata"_qs, metadata);
-    stream.insert(u"CanPause"_qs, false);
-    stream.remove(u"Volume"_qs);
-    const auto player = run(u"double"_qs, stream);
-    start();
-    ASSERT_TRUE(waitForTitle(u"Stream"_qs));
-    program_->player()->setPlayerPosition(30);
-    program_->player()->setSoundVolume(10);
-    program_->player()->pause();
-    ASSERT_TRUE(wait([&] { return player->calls().size() >= 2; }));
-    EXPECT_EQ(player->calls(), (QStringList{u"Seek -10000000"_qs, u"Stop"_qs}));
-    EXPECT_EQ(program_->player()->soundVolume(), std::nullopt);
-}
-
-TEST_F(MprisProgramTest, APlayerThatOpensWithoutPlayingIsToldToPlay) {
-    const QVariantMap paused{{u"PlaybackStatus"_qs, u"Paused"_qs},
-                             {u"Metadata"_qs, MprisDouble::metadata(u"One"_qs)}};
-    const struct {
-        const char* what;
-        QVariantMap effect; // of opening
-        bool pauses;        // the user changes his mind at once
-        QStringList calls;
-    } cases[] = {
-        {"opens and stays paused", paused, false, {u"OpenUri spotify:track:x"_qs, u"Play"_qs}},
-        {"says stopped whatever it does",
-         {{u"PlaybackStatus"_qs, u"Stopped"_qs}},
-         false,
-         {u"OpenUri spotify:track:x"_qs, u"Pause"_qs, u"Play"_qs}},
-        {"plays without a word",
-         {{u"PlaybackStatus"_qs, u"Playing"_qs}},
-         false,
-         {u"OpenUri spotify:track:x"_qs}},
-        {"is paused meanwhile", paused, true, {u"OpenUri spotify:track:x"_qs, u"Pause"_qs}},
-    };
-    for (const auto& c : cases) {
-        const auto player = run(u"double"_qs, paused);
-        player->onCall(u"OpenUri"_qs, c.effect);
-        start();
-        ASSERT_TRUE(waitForTitle(u"One"_qs));
-        program_->player()->playKey(u"spotify:track:x"_qs);
-        const int readings = player->readings();
-        ASSERT_TRUE(wait([&] { return player->readings() > readings; }));
-        if (c.pauses)
-            program_->player()->pause();
-        loop_.advance(1);
-        player->announce({{u"Metadata"_qs, MprisDouble::metadata(u"Mark"_qs)}});
-        ASSERT_TRUE(waitForTitle(u"Mark"_qs));
-        ASSERT_TRUE(wait([&] {
-            loop_.advance(0.1);
-            return player->calls().size() >= c.calls.size();
-        })) << c.what;
-        EXPECT_EQ(player->calls(), c.calls) << c.what;
-    }
-}
-
 TEST_F(MprisProgramTest, AHungPlayerIsLeftAloneThenAskedAgain) {
     const auto player = run(u"double"_qs);
     start();
@@ -361,35 +252,6 @@ TEST_F(MprisProgramTest, AHungPlayerIsLeftAloneThenAskedAgain) {
     ASSERT_TRUE(wait([&] { return program_->player()->playerState() == 0; }));
     player->announce({{u"PlaybackStatus"_qs, u"Paused"_qs}});
     ASSERT_TRUE(wait([&] { return program_->player()->playerState() == kPlayerStatePaused; }));
-}
-
-/// The loop of the real program must go on whatever a player does.
-TEST(MprisPlayerTest, AHungPlayerDoesNotHoldTheMainThread) {
-    PrivateBus bus;
-    MprisDouble player(bus.connect(), u"double"_qs, playing(u"One"_qs));
-    player.setMute(true);
-    QtRunLoop loop;
-    MprisProgram program(bus.connect(), loop, {u"double"_qs, {}, {}});
-    int launches = 0;
-    double last = loop.uptime();
-    double longest = 0;
-    const auto heartbeat = loop.every(0.005, [&] {
-        longest = std::max(longest, loop.uptime() - last);
-        last = loop.uptime();
-        if (const auto scripted = program.player()) {
-            scripted->playpause();
-            scripted->soundVolume();
-            scripted->playerPosition();
-        }
-    });
-    bool told = false;
-    program.start({.changed = [&] { told = true; }, .launched = [&] { ++launches; }, .quit = [] {}});
-    const double begin = loop.uptime();
-    ASSERT_TRUE(waitUntil([&] { return told; }));
-    EXPECT_LT(loop.uptime() - begin, 2 * kPlayerCallTimeout);
-    EXPECT_LT(longest, kPlayerCallTimeout * 0.9);
-    EXPECT_TRUE(player.calls().isEmpty());
-    EXPECT_EQ(launches, 0);
 }
 
 } // namespace

@@ -257,22 +257,6 @@ TEST_F(ProgramTest, SettingsThatCannotBeKeptAreToldOfOnce) {
     EXPECT_EQ(complaints(), 1) << errors.constData();
 }
 
-TEST_F(ProgramTest, ADamagedSettingsFileIsSetAside) {
-    ASSERT_TRUE(QDir().mkpath(configFolder()));
-    const QString path = configFolder() + u"/Preferences.plist"_qs;
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write("rubbish") > 0);
-    file.close();
-    start({u"--headless"_qs});
-    ASSERT_TRUE(answers());
-    QFile aside(path + u".damaged-1"_qs);
-    ASSERT_TRUE(aside.open(QIODevice::ReadOnly));
-    EXPECT_EQ(aside.readAll(), "rubbish");
-    EXPECT_TRUE(waitUntil([this] { return errorsSoFar().contains("are damaged"); }));
-    EXPECT_EQ(ctl("players use rdio first").code, 0);
-    EXPECT_TRUE(waitUntil([&] { return QFile::exists(path); })) << "new ones are kept in its place";
-}
-
 TEST_F(ProgramTest, MediaKeysReachIt) {
     startDemo();
     QDBusInterface properties(u"org.mpris.MediaPlayer2.merlode"_qs, u"/org/mpris/MediaPlayer2"_qs,

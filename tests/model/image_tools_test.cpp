@@ -17,17 +17,6 @@ TEST(FillingCropTest, CutsTheLongerSideEvenly) {
         EXPECT_EQ(fillingCrop(source, target), expected) << source.width() << "x" << source.height();
 }
 
-TEST(ResizeTest, AveragesFineDetailInsteadOfPickingPixels) {
-    QImage stripes(160, 160, QImage::Format_RGB32);
-    for (int y = 0; y < 160; ++y) {
-        for (int x = 0; x < 160; ++x)
-            stripes.setPixelColor(x, y, x % 8 == 0 ? Qt::black : Qt::white);
-    }
-    const QImage small = resize(Image(stripes), {20, 20}).pixels();
-    EXPECT_NEAR(small.pixelColor(10, 10).red(), 255 * 7 / 8, 3);
-    EXPECT_FALSE(resize(Image(stripes), {0, 10}));
-}
-
 TEST(AveragePixelDataTest, AveragesThePartInside) {
     QImage pixels(4, 2, QImage::Format_ARGB32);
     pixels.fill(QColor(200, 0, 100));

@@ -126,18 +126,6 @@ TEST_F(MusicItemTest, WhatStartsADownload) {
     }
 }
 
-TEST_F(MusicItemTest, ASmallPictureNeverReplacesALargeOne) {
-    http.route(kURL, png(20, 20));
-    const QString large = u"https://art.example/large.png"_qs;
-    http.route(large, png(900, 600));
-    const auto shown = track(u"song"_qs);
-    shown->fetchImageInBackground(large);
-    shown->setImageURL(kURL);
-    test.loop.runUntilIdle();
-    EXPECT_EQ(http.requests().size(), 2U);
-    EXPECT_EQ(watcher->heard.size(), 1);
-}
-
 TEST_F(MusicItemTest, AnItemMayGoDuringItsDownload) {
     http.route(kURL, png(20, 20));
     auto shown = track(u"song"_qs);

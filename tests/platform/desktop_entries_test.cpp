@@ -31,26 +31,6 @@ TEST(DesktopEntries, CommandLinesAreSplitByTheStandardsRules) {
     }
 }
 
-TEST(DesktopEntries, OnlyTheMainGroupAndUnlocalisedKeysCount) {
-    const auto entry =
-        parseDesktopEntry(u"# Name=comment\n"
-                          "[Desktop Entry]\r\n Name = Player\\sOne \r\nName[de]=Spieler\nExec=one\n"
-                          "[Desktop Action New]\nName=Other\nExec=two\n"_qs);
-    ASSERT_TRUE(entry);
-    EXPECT_EQ(entry->name, u"Player One"_qs);
-    EXPECT_EQ(entry->exec, u"one"_qs);
-    EXPECT_FALSE(parseDesktopEntry(u"[Other]\nName=x\n"_qs));
-}
-
-TEST(DesktopEntries, WhatCannotBeStartedIsSaid) {
-    DesktopEntry entry;
-    for (const auto& [exec, starts] :
-         {std::pair{u""_qs, false}, {u"/no/program"_qs, false}, {u"true"_qs, true}}) {
-        entry.exec = exec;
-        EXPECT_EQ(launchDesktopEntry(entry), starts) << exec.toStdString();
-    }
-}
-
 TEST(DesktopEntries, TheUsersOwnFileDecidesAndTheProgramMustBeThere) {
     const QTemporaryDir root;
     const auto write = [&root](const QString& name, const QByteArray& text) {

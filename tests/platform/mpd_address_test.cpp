@@ -25,15 +25,5 @@ TEST(MpdAddresses, AreReadFromTheEnvironmentAsMpdClientsDo) {
     }
 }
 
-TEST(MpdAddresses, GoFromTheDeliberateToTheUsualAndNoneTwice) {
-    QProcessEnvironment environment;
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), QStringLiteral("/run/user/7"));
-    environment.insert(QStringLiteral("MPD_HOST"), QStringLiteral("localhost"));
-    QStringList texts;
-    for (const auto& address : userMpdAddresses(environment))
-        texts << address.text();
-    EXPECT_EQ(texts.join(u' ').toStdString(), "localhost:6600 /run/user/7/mpd/socket");
-}
-
 } // namespace
 } // namespace merlode

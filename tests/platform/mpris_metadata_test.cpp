@@ -102,14 +102,5 @@ TEST(MprisMetadata, OnlyARealObjectPathIsSentBack) {
         EXPECT_EQ(pathOf(bad), std::nullopt) << bad.toStdString();
 }
 
-TEST(MprisMetadata, NumbersOutOfRangeAreAbsent) {
-    EXPECT_EQ(trackWith(u"xesam:trackNumber"_qs, 3).number, 3);
-    for (const QVariant& bad : {QVariant(0), QVariant(4e9), QVariant(u"three"_qs)})
-        EXPECT_EQ(trackWith(u"xesam:trackNumber"_qs, bad).number, std::nullopt);
-    EXPECT_EQ(ratingFrom({{u"xesam:userRating"_qs, 0.8}}), 80);
-    for (const QVariant& bad : {QVariant(-1.0), QVariant(4.0), QVariant(u"good"_qs), QVariant()})
-        EXPECT_EQ(ratingFrom({{u"xesam:userRating"_qs, bad}}), std::nullopt);
-}
-
 } // namespace
 } // namespace merlode::mpris

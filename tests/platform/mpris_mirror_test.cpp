@@ -42,19 +42,6 @@ TEST(MprisMirror, OnlyAPositionFarFromTheExpectedOneIsAJump) {
     EXPECT_TRUE(mirror.positionAnnounced(0, 118)) << "it says itself that it went back";
 }
 
-TEST(MprisMirror, WhatDoesNotConcernTheOwnerIsNoChange) {
-    MprisMirror mirror;
-    mirror.replace(playing(u"A"_qs, 0), 100);
-    QVariantMap withArt = song(u"A"_qs);
-    withArt.insert(u"mpris:artUrl"_qs, u"file:///a.png"_qs);
-    const auto change = mirror.update({{u"Metadata"_qs, withArt}}, 100);
-    EXPECT_FALSE(change.matters());
-    EXPECT_TRUE(change.art);
-    mirror.update({{u"Volume"_qs, 0.5}}, 100);
-    EXPECT_FALSE(mirror.update({{u"Volume"_qs, 0.6}, {u"Nonsense"_qs, 1}}, 100).matters());
-    EXPECT_TRUE(mirror.update({{u"CanGoNext"_qs, false}}, 100).matters());
-}
-
 TEST(MprisMirror, AFullReadingForgetsWhatThePlayerNoLongerHas) {
     MprisMirror mirror;
     mirror.replace(playing(u"A"_qs, 0), 100);
@@ -73,16 +60,6 @@ TEST(MprisMirror, VolumesAreBroughtIntoRangeOrAbsent) {
         EXPECT_EQ(mirror.volume(), read) << told.typeName();
         EXPECT_EQ(mirror.capabilities().canSetVolume, read.has_value());
     }
-}
-
-TEST(MprisMirror, CapabilitiesNeedControlAndMissingOnesAreTried) {
-    MprisMirror mirror;
-    mirror.update({{u"CanSeek"_qs, false}, {u"CanGoNext"_qs, u"wrong"_qs}}, 0);
-    EXPECT_TRUE(mirror.capabilities().canPlay);
-    EXPECT_TRUE(mirror.capabilities().canGoNext);
-    EXPECT_FALSE(mirror.capabilities().canSeek);
-    mirror.update({{u"CanControl"_qs, false}}, 0);
-    EXPECT_EQ(mirror.capabilities(), PlayerCapabilities());
 }
 
 } // namespace

@@ -144,30 +144,5 @@ TEST_F(PlayerRolesTest, APlayerIsFoundByItsRoleAndItsProcess) {
     EXPECT_FALSE(roles.fullPathForApplication(u"Spotify"_qs));
 }
 
-TEST_F(PlayerRolesTest, ARoleThatIsEmptiedInABurstAnnouncesNothingMore) {
-    auto& program = put(PlayerRole::Local);
-    program.events.changed();
-    program.events.changed();
-    roles.assign(PlayerRole::Local, nullptr);
-    posted.clear();
-    test.loop.advance(1);
-    EXPECT_TRUE(posted.empty());
-    EXPECT_EQ(roles.program(PlayerRole::Local), nullptr);
-}
-
-TEST_F(PlayerRolesTest, AllPlayersTogetherSettleWithinOneCallsTime) {
-    std::vector<double> granted;
-    for (const auto role : kPlayerRoles)
-        put(role).settling = [&](double seconds) {
-            granted.push_back(seconds);
-            test.loop.advance(0.7);
-        };
-    roles.settle();
-    ASSERT_EQ(granted.size(), 3U);
-    EXPECT_DOUBLE_EQ(granted[0], kPlayerCallTimeout);
-    EXPECT_NEAR(granted[1], kPlayerCallTimeout - 0.7, 1e-9);
-    EXPECT_EQ(granted[2], 0);
-}
-
 } // namespace
 } // namespace merlode

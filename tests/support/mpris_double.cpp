@@ -39,7 +39,6 @@ class MprisDouble::Object final : public QDBusVirtualObject {
 
     mutable std::mutex mutex;
     QVariantMap properties;
-    std::map<QString, QVariantMap> effects;
     std::optional<QVariantList> everything;
     QStringList calls;
     int readings = 0;
@@ -76,38 +75,25 @@ class MprisDouble::Object final : public QDBusVirtualObject {
         for (const auto& argument : message.arguments())
             words += text(argument);
         calls += words.join(u' ');
-        properties.insert(effects[message.member()]);
         return message.createReply();
     }
 };
 
 MprisDouble::MprisDouble(QDBusConnection connection, const QString& suffix, const QVariantMap& properties)
-    : connection_(std::move(connection)), object_(std::make_unique<Object>()) {
+    : connection_(std::move(connection)), name_(kPrefix + suffix), object_(std::make_unique<Object>()) {
     object_->properties = properties;
     object_->moveToThread(&thread_);
     thread_.start();
     connection_.registerVirtualObject(kPath, object_.get());
-    addName(suffix);
-}
-
-MprisDouble::~MprisDouble() {
-    const auto names = names_;
-    for (const auto& name : names)
-        connection_.unregisterService(name);
-    connection_.unregisterObject(kPath);
-    thread_.quit();
-    thread_.wait();
-}
-
-void MprisDouble::addName(const QString& suffix) {
-    names_ += kPrefix + suffix;
-    if (!connection_.registerService(names_.constLast()))
+    if (!connection_.registerService(name_))
         qFatal("the double cannot own its bus name");
 }
 
-void MprisDouble::dropName(const QString& suffix) {
-    names_.removeOne(kPrefix + suffix);
-    connection_.unregisterService(kPrefix + suffix);
+MprisDouble::~MprisDouble() {
+    connection_.unregisterService(name_);
+    connection_.unregisterObject(kPath);
+    thread_.quit();
+    thread_.wait();
 }
 
 void MprisDouble::change(const QVariantMap& properties) {
@@ -135,11 +121,6 @@ void MprisDouble::sendSignal(const QVariantList& arguments) {
     auto signal = QDBusMessage::createSignal(kPath, kProperties, u"PropertiesChanged"_qs);
     signal.setArguments(arguments);
     connection_.send(signal);
-}
-
-void MprisDouble::onCall(const QString& method, const QVariantMap& properties) {
-    const std::lock_guard lock(object_->mutex);
-    object_->effects[method] = properties;
 }
 
 void MprisDouble::setMute(bool mute) {

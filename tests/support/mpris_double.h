@@ -19,13 +19,10 @@ class MprisDouble {
     /// Owns org.mpris.MediaPlayer2.`suffix` on the bus `connection` leads to, which must be used by nobody
     /// else.
     MprisDouble(QDBusConnection connection, const QString& suffix, const QVariantMap& properties = {});
-    /// Gives up the names, as a program that ends.
+    /// Gives up the name, as a program that ends.
     ~MprisDouble();
     MprisDouble(const MprisDouble&) = delete;
     MprisDouble& operator=(const MprisDouble&) = delete;
-
-    void addName(const QString& suffix);
-    void dropName(const QString& suffix);
 
     /// Changes properties without a word.
     void change(const QVariantMap& properties);
@@ -37,8 +34,6 @@ class MprisDouble {
     /// Sends any PropertiesChanged signal, well-formed or not.
     void sendSignal(const QVariantList& arguments);
 
-    /// Properties that come to be, without a word, when this method is called.
-    void onCall(const QString& method, const QVariantMap& properties);
     /// While true, calls are neither answered nor heeded: the player hangs.
     void setMute(bool mute);
     /// Reading all properties answers this instead of the properties; an empty list answers an error, nothing
@@ -57,7 +52,7 @@ class MprisDouble {
     class Object;
 
     QDBusConnection connection_;
-    QStringList names_;
+    QString name_;
     QThread thread_;
     std::unique_ptr<Object> object_;
 };

@@ -57,15 +57,6 @@ TYPED_TEST_P(UserDefaultsContract, ValuesKeepTheirTypes) {
     }
 }
 
-TYPED_TEST_P(UserDefaultsContract, ARemovedValueStaysAway) {
-    this->store.defaults().set(defaults::kHostName, u"mine"_qs);
-    this->store.reopen();
-    this->store.defaults().remove(defaults::kHostName);
-    EXPECT_FALSE(this->store.defaults().value(defaults::kHostName.text()).isValid());
-    this->store.reopen();
-    EXPECT_FALSE(this->store.defaults().value(defaults::kHostName.text()).isValid());
-}
-
 TYPED_TEST_P(UserDefaultsContract, AbsenceIsToldApartFromFalse) {
     struct Row {
         QVariant stored;
@@ -84,6 +75,6 @@ TYPED_TEST_P(UserDefaultsContract, AbsenceIsToldApartFromFalse) {
 }
 
 REGISTER_TYPED_TEST_SUITE_P(UserDefaultsContract, RegisteredValuesStandBehindTheUsers, ValuesKeepTheirTypes,
-                            ARemovedValueStaysAway, AbsenceIsToldApartFromFalse);
+                            AbsenceIsToldApartFromFalse);
 
 } // namespace merlode
