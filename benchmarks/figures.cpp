@@ -1,7 +1,6 @@
 #include "figures.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -33,11 +32,10 @@ void printTable() {
     std::printf("\n");
     std::printf(row, "figure", "ours", "reference", "", "ratio", "goal");
     for (const auto& figure : figures()) {
-        char ratio[32];
-        std::snprintf(ratio, sizeof ratio, "%.2f",
-                      figure.reference > 0 ? figure.ours / figure.reference : NAN);
+        const std::string ratio =
+            figure.reference > 0 ? value(figure.ours / figure.reference, "") : std::string("-");
         std::printf(row, figure.name.c_str(), value(figure.ours, figure.unit).c_str(),
-                    value(figure.reference, figure.unit).c_str(), figure.referenceName.c_str(), ratio,
+                    value(figure.reference, figure.unit).c_str(), figure.referenceName.c_str(), ratio.c_str(),
                     figure.goal.c_str());
     }
 }

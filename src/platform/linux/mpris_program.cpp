@@ -137,10 +137,8 @@ QStringList MprisProgram::desktopIds() const {
 }
 
 std::optional<QString> MprisProgram::installedPath() {
-    if (!mpris::isPlayerSuffix(options_.busSuffix))
-        return std::nullopt;
     if (!process_)
-        return findInstalled();
+        return mpris::isPlayerSuffix(options_.busSuffix) ? findInstalled() : std::nullopt;
     // It may yet tell the name of its desktop entry.
     if (const auto ids = desktopIds(); !installed_ || ids != installedIds_) {
         installed_ = findInstalled();
