@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 
 namespace merlode {
 
@@ -36,6 +37,22 @@ QByteArray formatOf(const QByteArray& bytes) {
 
 } // namespace
 
+struct Image::Data {
+    QImage pixels;
+    QByteArray encoded;
+    std::once_flag decoded;
+};
+
+Image::Image(QImage pixels) : data_(std::make_shared<Data>()) {
+    data_->pixels = std::move(pixels);
+}
+
+Image Image::encoded(QByteArray bytes) {
+    Image image{QImage()};
+    image.data_->encoded = std::move(bytes);
+    return image;
+}
+
 std::optional<Image> Image::decode(const QByteArray& bytes) {
     const QByteArray format = formatOf(bytes);
     if (format.isEmpty() || bytes.size() > kMostBytes)
@@ -55,7 +72,13 @@ std::optional<Image> Image::decode(const QByteArray& bytes) {
 
 const QImage& Image::pixels() const {
     static const QImage none;
-    return pixels_ ? *pixels_ : none;
+    if (!data_)
+        return none;
+    std::call_once(data_->decoded, [this] {
+        if (const auto image = data_->encoded.isEmpty() ? std::nullopt : decode(data_->encoded))
+            data_->pixels = image->data_->pixels;
+    });
+    return data_->pixels;
 }
 
 } // namespace merlode

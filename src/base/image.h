@@ -17,20 +17,26 @@ class Image {
     static constexpr int kMostPixels = 64 * 1000 * 1000;
 
     Image() = default;
-    explicit Image(QImage pixels) : pixels_(std::make_shared<const QImage>(std::move(pixels))) {}
+    explicit Image(QImage pixels);
+
+    /// A picture of the program's own that is decoded when its pixels are first asked for: one that is only
+    /// ever compared with costs no decoder.
+    static Image encoded(QByteArray bytes);
 
     /// Decodes a JPEG, PNG, GIF, WebP, TIFF or BMP picture. Nothing for bytes that are none of these or
     /// exceed the limits above; the pixel limit is checked before the pixels are decoded.
     static std::optional<Image> decode(const QByteArray& bytes);
 
-    explicit operator bool() const { return pixels_ != nullptr; }
+    explicit operator bool() const { return data_ != nullptr; }
     bool operator==(const Image&) const = default;
 
     /// A null QImage where the handle holds nothing.
     const QImage& pixels() const;
 
   private:
-    std::shared_ptr<const QImage> pixels_;
+    struct Data;
+
+    std::shared_ptr<Data> data_;
 };
 
 } // namespace merlode

@@ -1,5 +1,7 @@
 #include "model/artwork.h"
 
+#include <QFile>
+
 // A static library's resources are linked and registered only when asked for; the macro wants global scope.
 static void registerModelImages() {
     Q_INIT_RESOURCE(model_images);
@@ -10,7 +12,8 @@ namespace merlode {
 const Image& sSharedAlbumArtworkImage() {
     static const Image image = [] {
         registerModelImages();
-        return Image(QImage(QStringLiteral(":/merlode/images/PanelAlbumArt.png"), "PNG"));
+        QFile file(QStringLiteral(":/merlode/images/PanelAlbumArt.png"));
+        return Image::encoded(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
     }();
     return image;
 }

@@ -46,10 +46,7 @@ void MpdPlayer::refresh() {
         return;
     }
     link_.run([this, &clock = loop_](MpdConnection& connection) -> MpdLink::Finish {
-        auto snapshot = readSnapshot(connection, clock);
-        if (snapshot && snapshot->song)
-            snapshot->rating = readRating(connection, *snapshot->song);
-        return [this, snapshot = std::move(snapshot)] { take(snapshot); };
+        return [this, snapshot = readSnapshot(connection, clock)] { take(snapshot); };
     });
 }
 
@@ -66,8 +63,25 @@ void MpdPlayer::take(const std::optional<MpdSnapshot>& snapshot) {
     const bool outdated = std::exchange(outdated_, false);
     if (std::exchange(refreshAgain_, false) || outdated)
         refresh();
-    if (snapshot && !outdated)
-        show(*snapshot);
+    if (!snapshot || outdated)
+        return;
+    MpdSnapshot next = *snapshot;
+    const bool sameSong = next.song && mirror_.song && next.song->uri == mirror_.song->uri;
+    next.rating = sameSong ? mirror_.rating : std::nullopt;
+    show(next);
+    refreshRating();
+}
+
+// A question of its own behind the others: nobody who waits for a change to show waits for the rating.
+void MpdPlayer::refreshRating() {
+    if (!mirror_.song)
+        return;
+    link_.run([this, song = *mirror_.song](MpdConnection& connection) -> MpdLink::Finish {
+        return [this, uri = song.uri, rating = readRating(connection, song)] {
+            if (mirror_.song && mirror_.song->uri == uri)
+                mirror_.rating = rating;
+        };
+    });
 }
 
 void MpdPlayer::show(MpdSnapshot snapshot) {

@@ -51,6 +51,7 @@ class MpdPlayer final : public ScriptedPlayer {
     void refresh();
     void refreshIfStale();
     void take(const std::optional<MpdSnapshot>& snapshot);
+    void refreshRating();
     void show(MpdSnapshot snapshot);
     void blank();
 
