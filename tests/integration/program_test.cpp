@@ -175,7 +175,7 @@ TEST_F(ProgramTest, TheDemoPlaysItsFirstAlbumAndObeysEveryWord) {
 
     const auto players = QJsonDocument::fromJson(ctl("players --json").out).array();
     ASSERT_GE(players.size(), 3);
-    EXPECT_EQ(players[0].toObject().value(u"role"_qs), u"iTunes"_qs);
+    EXPECT_EQ(players[0].toObject().value(u"role"_qs), u"local"_qs);
     EXPECT_EQ(players[0].toObject().value(u"active"_qs), true);
     EXPECT_TRUE(players[0].toObject().value(u"program"_qs).toString().contains(u"private mpd"));
     EXPECT_TRUE(ctl("doctor").out.contains("mpd"));
