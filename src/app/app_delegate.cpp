@@ -30,12 +30,12 @@ QString localizedHostName() {
             constexpr QByteArrayView key = "PRETTY_HOSTNAME=";
             if (!line.startsWith(key))
                 continue;
-            const QString name = QString::fromUtf8(line.mid(key.size())).remove(u'"').trimmed();
+            QString name = QString::fromUtf8(line.mid(key.size())).remove(u'"').trimmed();
             if (!name.isEmpty())
                 return name;
         }
     }
-    const QString name = QSysInfo::machineHostName();
+    QString name = QSysInfo::machineHostName();
     return name.isEmpty() ? QStringLiteral("My Mac") : name;
 }
 
@@ -118,7 +118,7 @@ void AppDelegate::registerForNotifications() {
     enum class Of { Any, Panel, Settings, LastFM };
     struct Entry {
         NotificationName name;
-        Of object;
+        Of object = Of::Any;
     };
     constexpr Entry entries[] = {
         {kWindowDidResignKey, Of::Panel},   {kOpenPanelWindow, Of::Any},

@@ -12,8 +12,8 @@ namespace merlode {
 namespace {
 
 struct Signature {
-    const char* format;
-    qsizetype offset;
+    const char* format = "";
+    qsizetype offset = 0;
     QByteArrayView bytes;
 };
 

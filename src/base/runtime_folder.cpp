@@ -25,7 +25,7 @@ bool makePrivateFolder(const QString& path) {
 }
 
 QString runtimeFolder() {
-    const auto fromLogin = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
+    auto fromLogin = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
     struct stat found = {};
     // A link is accepted here: the login set it up, and nobody else could have put it there.
     if (fromLogin.startsWith(u'/') && ::stat(QFile::encodeName(fromLogin).constData(), &found) == 0 &&

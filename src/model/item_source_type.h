@@ -24,9 +24,15 @@ class ItemSourceType {
     /// The one service that a search prefers: from 1, 2, 4 or 8, and nothing from anything else. Apple Music
     /// has no search of its own.
     static constexpr std::optional<ItemSourceType> preferredSearch(std::optional<quint64> value) {
-        if (value == 1 || value == 2 || value == 4 || value == 8)
+        switch (value.value_or(0)) {
+        case 1:
+        case 2:
+        case 4:
+        case 8:
             return ItemSourceType(*value);
-        return std::nullopt;
+        default:
+            return std::nullopt;
+        }
     }
 
     constexpr quint64 rawValue() const { return rawValue_; }

@@ -8,14 +8,14 @@ namespace {
 
 /// One album as it is written down here. Tracks are parted by "|"; on a compilation "Artist~Title".
 struct Row {
-    const char* title;
-    const char* artist;
-    const char* genre;
-    const char* date;
-    DemoStyle style;
-    DemoCoverFile coverFile;
-    bool compilation;
-    const char* firstDisc;
+    const char* title = "";
+    const char* artist = "";
+    const char* genre = "";
+    const char* date = "";
+    DemoStyle style = DemoStyle::Folk;
+    DemoCoverFile coverFile = DemoCoverFile::None;
+    bool compilation = false;
+    const char* firstDisc = "";
     const char* secondDisc = "";
 };
 

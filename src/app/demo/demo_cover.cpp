@@ -59,7 +59,7 @@ void paintTriangles(QPainter& painter, const Palette& colors, DemoRandom& random
             const QRect cell(x, y, kCell, kCell);
             QPolygon corners({cell.topLeft(), {x + kCell, y}, {x + kCell, y + kCell}, {x, y + kCell}});
             corners.remove(random.below(4));
-            auto color = colors[static_cast<std::size_t>(1 + random.below(3))];
+            auto color = colors[1 + static_cast<std::size_t>(random.below(3))];
             color.setAlphaF(static_cast<float>(random.between(0.45, 1)));
             painter.setBrush(color);
             painter.drawPolygon(corners);

@@ -27,11 +27,12 @@ struct Body {
 
 std::size_t append(const char* data, std::size_t size, std::size_t count, void* target) {
     auto& body = *static_cast<Body*>(target);
-    const auto length = static_cast<qsizetype>(size * count);
+    const std::size_t total = size * count;
+    const auto length = static_cast<qsizetype>(total);
     if (body.bytes.size() + length > body.most)
         return 0; // a short count ends the transfer
     body.bytes.append(data, length);
-    return size * count;
+    return total;
 }
 
 void configure(CURL* handle, const QUrl& url, double timeoutSeconds, Body& body) {

@@ -48,7 +48,7 @@ struct Answers {
 
     // Decided once everything before the first greeting has failed: the order is the user's preference.
     bool decided() const {
-        const auto first = std::ranges::find_if(greeted, [](auto& answer) { return answer != false; });
+        const auto first = std::ranges::find_if(greeted, [](auto& answer) { return answer.value_or(true); });
         return first == greeted.end() || first->has_value();
     }
 };

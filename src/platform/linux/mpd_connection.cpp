@@ -70,8 +70,8 @@ class NoSigpipe {
     NoSigpipe& operator=(const NoSigpipe&) = delete;
 
   private:
-    sigset_t pipe_;
-    sigset_t before_;
+    sigset_t pipe_{};
+    sigset_t before_{};
     bool pendingBefore_ = false;
 };
 

@@ -106,7 +106,7 @@ class MpdConnection {
     using Deadline = std::chrono::steady_clock::time_point;
 
     bool connectTo(Deadline deadline);
-    bool connectSocket(int domain, const void* address, unsigned length, Deadline deadline);
+    bool connectSocket(int domain, const void* place, unsigned length, Deadline deadline);
     bool greet(Deadline deadline);
     void introduce(Deadline deadline);
     void close();

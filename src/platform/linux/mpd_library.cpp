@@ -39,6 +39,7 @@ bool playSongs(MpdConnection& connection, const std::vector<MpdSong>& songs) {
 void storePlaylist(MpdConnection& connection, const QByteArray& name, const std::vector<MpdSong>& songs) {
     connection.run({"rm", {name}}, kPlayerCallTimeout);
     std::vector<MpdCommand> commands;
+    commands.reserve(songs.size());
     for (const MpdSong& song : songs)
         commands.push_back({"playlistadd", {name, song.uri}});
     connection.runList(commands, kPlayerCallTimeout);
