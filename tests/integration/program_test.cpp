@@ -27,7 +27,7 @@
 namespace merlode {
 namespace {
 
-constexpr double kPatience = 40; ///< seconds; a deadline, never waited out when all is well
+constexpr double kPatience = 20; ///< seconds; a deadline, never waited out when all is well
 constexpr int kNotRunning = 3;   ///< what merlodectl ends with where there is nobody to talk to
 constexpr int kNoPlayer = 4;
 
@@ -57,6 +57,8 @@ class ProgramTest : public testing::Test {
             environment.remove(name);
     }
     ~ProgramTest() override {
+        if (HasFailure())
+            std::fputs(errorsSoFar().constData(), stderr);
         if (program.state() != QProcess::NotRunning) {
             program.kill();
             program.waitForFinished();
