@@ -22,6 +22,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace merlode {
@@ -70,6 +71,7 @@ class ProgramTest : public testing::Test {
 
     void start(const QStringList& arguments) {
         program.setProcessEnvironment(environment);
+        program.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); }); // should the test crash
         program.start(QStringLiteral(MERLODE_BIN_DIR "/merlode"), arguments);
     }
     /// Starts it headless, with the words that keep it off any mpd of this machine.
