@@ -22,12 +22,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace merlode {
 namespace {
 
-constexpr double kPatience = 40; ///< seconds; a deadline, never waited out when all is well
+constexpr double kPatience = 20; ///< seconds; a deadline, never waited out when all is well
 constexpr int kNotRunning = 3;   ///< what merlodectl ends with where there is nobody to talk to
 constexpr int kNoPlayer = 4;
 
@@ -57,6 +58,8 @@ class ProgramTest : public testing::Test {
             environment.remove(name);
     }
     ~ProgramTest() override {
+        if (HasFailure())
+            std::fputs(errorsSoFar().constData(), stderr);
         if (program.state() != QProcess::NotRunning) {
             program.kill();
             program.waitForFinished();
@@ -68,6 +71,7 @@ class ProgramTest : public testing::Test {
 
     void start(const QStringList& arguments) {
         program.setProcessEnvironment(environment);
+        program.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); }); // should the test crash
         program.start(QStringLiteral(MERLODE_BIN_DIR "/merlode"), arguments);
     }
     /// Starts it headless, with the words that keep it off any mpd of this machine.

@@ -103,13 +103,22 @@ void MpdProgram::conclude(const std::shared_ptr<Attempt>& attempt, bool settling
         return;
     attempt_.reset();
     const bool first = std::exchange(first_, false);
-    if (!attempt->snapshot)
+    if (!attempt->snapshot || isInFirstScan(*attempt->snapshot))
         return retryLater();
     adopt(*attempt);
     if (first && !settling)
         events_.changed();
     else if (!first)
         events_.launched();
+}
+
+bool MpdProgram::isInFirstScan(const MpdSnapshot& snapshot) {
+    if (!private_ || !snapshot.scanning)
+        return false;
+    const double now = session_.runLoop().uptime();
+    if (!scanAwaitedUntil_)
+        scanAwaitedUntil_ = now + kFirstScan;
+    return now < *scanAwaitedUntil_;
 }
 
 void MpdProgram::retryLater() {
@@ -162,6 +171,7 @@ bool MpdProgram::launch() {
     if (!private_ || !private_->start())
         return false;
     startingUntil_ = session_.runLoop().uptime() + kUsualStart;
+    scanAwaitedUntil_.reset();
     if (!player_ && !attempt_)
         connect();
     return true;

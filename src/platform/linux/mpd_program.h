@@ -21,6 +21,9 @@ class MpdProgram final : public PlayerProgram {
     /// The same while a private one is starting, and for how long.
     static constexpr double kStartingRetryInterval = 0.05;
     static constexpr double kUsualStart = 10.0;
+    /// How long a private one that has come up is left to its first scan, in seconds: what is played out of a
+    /// small library before the scan is over lacks songs, and a large one is not worth the wait.
+    static constexpr double kFirstScan = 2.0;
 
     /// The session must outlive the program.
     MpdProgram(MpdAddress address, Session& session);
@@ -40,6 +43,7 @@ class MpdProgram final : public PlayerProgram {
 
     void connect();
     void conclude(const std::shared_ptr<Attempt>& attempt, bool settling);
+    bool isInFirstScan(const MpdSnapshot& snapshot);
     void retryLater();
     void adopt(Attempt& attempt);
     void lose();
@@ -54,6 +58,7 @@ class MpdProgram final : public PlayerProgram {
     std::int32_t runs_ = 0;
     bool first_ = true; // the attempt of `start` itself: what it finds ran already
     double startingUntil_ = 0;
+    std::optional<double> scanAwaitedUntil_;
     Timer retry_;
     std::shared_ptr<Attempt> attempt_;
     std::shared_ptr<char> life_ = std::make_shared<char>();

@@ -57,6 +57,8 @@ void applyStatus(MpdSnapshot& snapshot, const MpdPair& pair) {
         snapshot.duration = parseDuration(value);
     } else if (name == "playlistlength") {
         snapshot.queueLength = std::max(0, value.toInt());
+    } else if (name == "updating_db") {
+        snapshot.scanning = true;
     }
 }
 

@@ -39,7 +39,8 @@ struct MpdSnapshot {
     double elapsed = 0;        ///< seconds at `takenAt`
     std::optional<double> duration;
     int queueLength = 0;
-    double takenAt = 0; ///< on the run loop's `uptime()`
+    bool scanning = false; ///< the server is going through its music folder
+    double takenAt = 0;    ///< on the run loop's `uptime()`
 
     /// The position at `uptime`, extrapolated while the song plays. Nothing without a song.
     std::optional<double> position(double uptime) const;
