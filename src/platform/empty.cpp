@@ -1,1 +1,2 @@
+// The ports are headers only, and a static library needs one source.
 namespace merlode {}
