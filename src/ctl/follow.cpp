@@ -103,7 +103,7 @@ Reply followOnce(StatusPrinter& printer) {
     const auto program = Program::find();
     if (!program)
         return Program::notRunning();
-    const auto reply = program->call("Follow", {}, "h");
+    auto reply = program->call("Follow", {}, "h");
     if (!reply)
         return reply;
     const auto pipe = reply.value.value<QDBusUnixFileDescriptor>();

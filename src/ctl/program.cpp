@@ -28,7 +28,7 @@ QString ownBusAddress() {
 }
 
 QString loginBusAddress() {
-    const auto given = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    auto given = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     if (!given.isEmpty())
         return given;
     const auto socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");

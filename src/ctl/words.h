@@ -31,18 +31,18 @@ enum class Word {
 enum Option : unsigned { kJson = 1, kFollow = 2, kWait = 4, kFormat = 8, kHelp = 16, kVersion = 32 };
 
 struct WordEntry {
-    Word word;
+    Word word = {};
     QLatin1String name;
     QLatin1String operands; ///< as the synopsis shows them
-    unsigned options;       ///< beside --help
-    int mostOperands;
-    const char* method; ///< the method called, where a word is no more than that; otherwise null
+    unsigned options = 0;   ///< beside --help
+    int mostOperands = 0;
+    const char* method = nullptr; ///< the method called, where a word is no more than that; otherwise null
     QLatin1String summary;
     QLatin1String details; ///< shown by "help WORD", may be empty
 };
 
 struct OptionEntry {
-    Option option;
+    Option option = {};
     QLatin1String name;  ///< with its dashes
     QLatin1String value; ///< what stands for its value in the synopsis; empty for a plain switch
     QLatin1String summary;

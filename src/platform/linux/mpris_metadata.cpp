@@ -171,7 +171,7 @@ std::optional<QString> identityOf(const QString& trackId, const QString& url) {
 
 std::optional<QString> trackPathFrom(const QVariantMap& metadata) {
     static const QRegularExpression objectPath(u"^(?:/[A-Za-z0-9_]+)+$"_qs);
-    const auto path = shortText(metadata.value(u"mpris:trackid"_qs));
+    auto path = shortText(metadata.value(u"mpris:trackid"_qs));
     if (!path || saysNoTrack(*path) || !objectPath.match(*path).hasMatch())
         return std::nullopt;
     return path;
