@@ -38,7 +38,7 @@ QString addressOf(const QString& path) {
 
 } // namespace
 
-MprisPlayer::MprisPlayer(QDBusConnection connection, const QString& owner, RunLoop& runLoop,
+MprisPlayer::MprisPlayer(const QDBusConnection& connection, const QString& owner, RunLoop& runLoop,
                          MprisPlayerOptions options, Events events)
     : connection_(connection),
       owner_(owner),

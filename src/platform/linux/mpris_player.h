@@ -47,7 +47,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
 
     /// `owner` is the player's unique bus name. Events come from within bus callbacks, never from within a
     /// call of the interface. Connection, run loop and what the options point at must outlive this object.
-    MprisPlayer(QDBusConnection connection, const QString& owner, RunLoop& runLoop,
+    MprisPlayer(const QDBusConnection& connection, const QString& owner, RunLoop& runLoop,
                 MprisPlayerOptions options, Events events);
 
     /// Subscribes to the player and asks for everything.

@@ -25,7 +25,7 @@ bool activate(QDBusConnection connection, const QString& id) {
 
 } // namespace
 
-MprisProgram::MprisProgram(QDBusConnection connection, RunLoop& runLoop, MprisProgramOptions options)
+MprisProgram::MprisProgram(const QDBusConnection& connection, RunLoop& runLoop, MprisProgramOptions options)
     : connection_(std::move(connection)), runLoop_(runLoop), options_(std::move(options)) {}
 
 MprisProgram::~MprisProgram() {

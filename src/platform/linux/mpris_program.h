@@ -29,7 +29,7 @@ class MprisProgram final : public QObject, public PlayerProgram {
     Q_OBJECT
   public:
     /// The run loop and what the options point at must outlive this object.
-    MprisProgram(QDBusConnection connection, RunLoop& runLoop, MprisProgramOptions options);
+    MprisProgram(const QDBusConnection& connection, RunLoop& runLoop, MprisProgramOptions options);
     ~MprisProgram() override;
 
     void start(PlayerProgramEvents events) override;
