@@ -8,8 +8,8 @@
 
 namespace merlode {
 
-/// What player control needs of the link to other machines: to tell clients of changes, and to take the
-/// machine back when its own player starts while it is somebody's client. Main thread.
+/// What player control needs of the link to other machines: to tell clients of changes, to ask things of the
+/// host, and to take the machine back when its own player starts while it is somebody's client. Main thread.
 class RemoteLink {
   public:
     /// Names one connected client for as long as it stays connected; it says nothing about the client.
@@ -25,6 +25,10 @@ class RemoteLink {
 
     /// Leaves the host, if there is one, and plays for this machine alone again.
     virtual void connectToSelf() = 0;
+
+    /// Sends the action to the host whose client this machine is. Nothing happens, and nobody is told, when
+    /// there is none or the connection has gone.
+    virtual void sendMessageToHost(RemoteAction action, const QVariantMap& payload) = 0;
 
     /// Sends the action to one client, or to all where none is named. Nothing happens without clients, or
     /// when the named one has gone.
@@ -45,6 +49,7 @@ class NullRemoteLink final : public RemoteLink {
     bool connecting() const override { return false; }
     bool hasClients() const override { return false; }
     void connectToSelf() override {}
+    void sendMessageToHost(RemoteAction, const QVariantMap&) override {}
     void broadcastMessage(RemoteAction, const QVariantMap&, std::optional<ClientId>) override {}
 };
 

@@ -2,7 +2,7 @@
 
 #include "base/notification_center.h"
 #include "platform/user_notification_center.h"
-#include "players/music_player.h"
+#include "players/pandora_player.h"
 
 #include <QString>
 #include <QVariantMap>
@@ -72,14 +72,14 @@ class PandoraLink {
     virtual ~PandoraLink() = default;
     /// Whether the login has succeeded, so that there is something to play.
     virtual bool isLogInReady() const = 0;
-    /// A new adapter of type `Pandora`; called once, when the login is ready for the first time.
-    virtual std::shared_ptr<MusicPlayer> makePlayer() = 0;
+    /// A new adapter; called once, when the login is ready for the first time.
+    virtual std::shared_ptr<PandoraPlayer> makePlayer() = 0;
 };
 
 class NullPandoraLink final : public PandoraLink {
   public:
     bool isLogInReady() const override { return false; }
-    std::shared_ptr<MusicPlayer> makePlayer() override { return nullptr; }
+    std::shared_ptr<PandoraPlayer> makePlayer() override { return nullptr; }
 };
 
 } // namespace merlode

@@ -95,7 +95,7 @@ void PlayerController::setPlayerPosition(int seconds) {
     if (!activePlayer())
         return;
     activePlayer()->setPlayerPosition(seconds);
-    currentPlayerPosition = seconds;
+    clock_.moveTo(seconds);
     post(notifications::kTrackPositionUpdated);
 }
 
@@ -194,6 +194,10 @@ void PlayerController::updateTrackInfo() {
 void PlayerController::updatePlayState(bool known) {
     if (!known)
         currentPlayState_.set(activePlayer() ? activePlayer()->getPlayState() : kPlayStateNotPlaying);
+    if (currentPlayState() == kPlayStatePlaying)
+        startPositionTimers();
+    if (const auto read = readPosition())
+        agreeOnPosition(read->first, read->second);
     post(notifications::kNewPlayStateAvailable);
     broadcastPlayState();
 }
@@ -224,7 +228,15 @@ QVariantMap PlayerController::trackMessage(const Track& track) const {
     const bool appleMusic = track.isTrackType(ItemSourceType::AppleMusic);
     message.insert(QStringLiteral("source"),
                    appleMusic ? QStringLiteral("AppleMusic") : rawValue(activePlayer()->type));
+    if (const auto rating = getiTunesRating())
+        message.insert(QStringLiteral("iTunesRating"), *rating);
+    if (activeIs(MusicPlayerType::Pandora) && pandoraStationName)
+        message.insert(QStringLiteral("pandoraStationName"), *pandoraStationName);
     return message;
+}
+
+QVariantMap PlayerController::currentTrackMessage() const {
+    return currentTrack() && activePlayer() ? trackMessage(*currentTrack()) : emptyTrackMessage();
 }
 
 QVariantMap PlayerController::emptyTrackMessage() const {
@@ -242,15 +254,22 @@ QVariantMap PlayerController::emptyTrackMessage() const {
     return message;
 }
 
-void PlayerController::addPosition(QVariantMap& message) const {
+std::optional<std::pair<int, int>> PlayerController::readPosition() const {
     if (!activePlayer())
-        return;
+        return std::nullopt;
     const auto duration = activePlayer()->trackDuration();
     const auto position = activePlayer()->playerPosition();
     if (!duration || !position)
+        return std::nullopt;
+    return std::pair(*duration, *position);
+}
+
+void PlayerController::addPosition(QVariantMap& message) const {
+    const auto read = readPosition();
+    if (!read)
         return;
-    message.insert(QStringLiteral("trackDuration"), *duration);
-    message.insert(QStringLiteral("playerPosition"), *position);
+    message.insert(QStringLiteral("trackDuration"), read->first);
+    message.insert(QStringLiteral("playerPosition"), read->second);
 }
 
 void PlayerController::addAvailability(QVariantMap& message) const {
@@ -260,20 +279,18 @@ void PlayerController::addAvailability(QVariantMap& message) const {
     message.insert(QStringLiteral("PandoraAvailable"), defaults_.boolFor(defaults::kEnablePandora));
 }
 
-void PlayerController::broadcastPlayState() {
+void PlayerController::broadcastPlayState(std::optional<RemoteLink::ClientId> client) {
     QVariantMap message{{QStringLiteral("state"), static_cast<int>(currentPlayState())}};
     addPosition(message);
-    remoteLink_.broadcastMessage(RemoteAction::playBackStateChanged, message);
+    remoteLink_.broadcastMessage(RemoteAction::playBackStateChanged, message, client);
 }
 
-void PlayerController::broadcastAllStates() {
-    async([this] {
-        broadcastVolume();
-        broadcastPlayState();
-        remoteLink_.broadcastMessage(RemoteAction::trackChanged, currentTrack() && activePlayer()
-                                                                     ? trackMessage(*currentTrack())
-                                                                     : emptyTrackMessage());
-        broadcastAlbumArt();
+void PlayerController::broadcastAllStates(std::optional<RemoteLink::ClientId> client) {
+    async([this, client] {
+        broadcastVolume(client);
+        broadcastPlayState(client);
+        remoteLink_.broadcastMessage(RemoteAction::trackChanged, currentTrackMessage(), client);
+        broadcastAlbumArt(client);
     });
 }
 

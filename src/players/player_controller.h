@@ -5,7 +5,9 @@
 #include "base/observed.h"
 #include "base/run_loop.h"
 #include "model/item_source_type.h"
+#include "model/remote_link.h"
 #include "players/music_player.h"
+#include "players/position_clock.h"
 
 #include <QVariantMap>
 
@@ -21,9 +23,9 @@ class ApplicationDelegate;
 class iTunesPlayer;
 class MusicItem;
 class PandoraLink;
+class PandoraPlayer;
 class PlayReports;
 class RdioPlayer;
-class RemoteLink;
 class RemotePlayer;
 class SearchLink;
 class Session;
@@ -31,6 +33,10 @@ class SpotifyPlayer;
 class Track;
 class UserDefaults;
 class Workspace;
+
+namespace remotestate {
+struct Position;
+}
 
 /// What to play once a player that is being started is up.
 struct PendingMusicItem {
@@ -85,9 +91,6 @@ class PlayerController {
     bool muted = false;
     int oldVolume = 0; ///< volume to return to on unmute
     int currentVolume = kDefaultPlayerVolume;
-    TrackPositionDisplayType trackPositionDisplayType = TrackPositionDisplayType::Ellapsed;
-    double currentPlayerPosition = 0; ///< seconds
-    double currentTrackDuration = 0;  ///< seconds
     std::shared_ptr<Album> currentAlbum;
 
     /// Puts a player in charge, or nobody with null; also for the player that is in charge already.
@@ -114,6 +117,25 @@ class PlayerController {
     void playTrack(const Track& track, const std::optional<QString>& clientName);
     void playAlbum(const Album& album, const std::optional<QString>& clientName);
 
+    // The position, kept by a local clock and corrected by the player now and then.
+
+    double currentPlayerPosition() const { return clock_.position(); } ///< seconds
+    double currentTrackDuration() const { return clock_.duration(); }  ///< seconds
+    TrackPositionDisplayType trackPositionDisplayType() const { return clock_.displayType(); }
+    /// As the interface shows it: "01:05", or with `Remaining` "-01:05".
+    QString currentPlayerPositionString() const { return clock_.text(); }
+    void togglePlayerPositionType() { clock_.toggleDisplayType(); }
+
+    // Thumbs and stars. They do nothing while another kind of player is in charge.
+
+    /// Reads the thumb of the Pandora track and tells everybody of a change.
+    void updatePandoraThumbs();
+    void setPandoraThumbsUp();
+    void setPandoraThumbsDown();
+    /// The rating of the local library's track, on its own scale of 0 to 100; nothing with another player.
+    std::optional<int> getiTunesRating() const;
+    void setiTunesRating(int rating);
+
     // Who is in charge.
 
     /// Adapters of the three applications: present only while the application is installed and runs. Each
@@ -122,7 +144,7 @@ class PlayerController {
     std::shared_ptr<SpotifyPlayer> spotifyPlayer() const;
     std::shared_ptr<RdioPlayer> rdioPlayer() const;
     /// Present while the login is ready; always the same one.
-    std::shared_ptr<MusicPlayer> pandoraPlayer();
+    std::shared_ptr<PandoraPlayer> pandoraPlayer();
     /// The services that can be used: by the settings or, on a client, as the server told. Never Pandora.
     ItemSourceType availableSources() const;
     /// Picks the first active player: one that plays, else the last active kind, else any that runs.
@@ -144,14 +166,27 @@ class PlayerController {
     /// Art that a search has found; dropped when the track has been left or has art by now.
     void replaceAlbumArt(const Image& image, const QString& trackName, const QString& artistName,
                          const QString& albumName);
-    /// The complete picture, queued, for every client.
-    void broadcastAllStates();
+    /// The complete picture, queued, for one client or for all: volume, play state, track, art.
+    void broadcastAllStates(std::optional<RemoteLink::ClientId> client = std::nullopt);
     /// Reads the volume of the active player and takes a difference over.
     void checkActivePlayerVolume();
     /// Notices that the active player's process has gone.
     void checkProcessID();
     /// Stops every timer, for good; called when the program ends.
     void killAllTimers();
+
+    // What a server tells its client. A message in which something is missing or of the wrong type changes
+    // nothing. Only `remoteVolumeChanged` acts without a `RemotePlayer` in charge.
+
+    /// The track, where it comes from and stands, and the services that the server has.
+    void remoteStateChange(const QVariantMap& message);
+    void remotePlayBackStateChanged(const QVariantMap& message);
+    void remotePlayerPositionUpdate(const QVariantMap& message);
+    /// On a server a client's wish; on a client what the server's volume is now.
+    void remoteVolumeChanged(const QVariantMap& message);
+    /// The picture is decoded in the background; one that a newer message has overtaken is dropped.
+    void remoteAlbumArtChanged(const QVariantMap& message);
+    void remoteSourceChanged(const QVariantMap& message);
 
     // The intake of announcements.
 
@@ -179,11 +214,19 @@ class PlayerController {
     void nobodyIsActive();
     void showPlaceholderArt();
     void clearPandora();
+    void setPandoraStationName(const std::optional<QString>& name);
     void startVolumePolling();
     void stopVolumePolling();
     void startProcessIDPolling();
     void stopProcessIDPolling();
     void checkPandoraState();
+
+    void startPositionTimers();
+    void localUpdatePlayerPosition();
+    void checkPlayerPosition();
+    void agreeOnPosition(int duration, int position);
+    std::shared_ptr<RemotePlayer> activeRemotePlayer() const;
+    void remotePositionRead(RemotePlayer& player, const remotestate::Position& read);
 
     void currentTrackWillBeSet(const std::shared_ptr<Track>& track);
     void setCurrentTrack(std::shared_ptr<Track> track);
@@ -191,12 +234,15 @@ class PlayerController {
     void updateStatusItemString(const Track& track);
     void postPlayingNotification(const Track& track);
     void fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAttempt);
-    void broadcastAlbumArt();
-    void broadcastVolume();
-    void broadcastPlayState();
+    void broadcastAlbumArt(std::optional<RemoteLink::ClientId> client = std::nullopt);
+    void broadcastVolume(std::optional<RemoteLink::ClientId> client = std::nullopt);
+    void broadcastPlayState(std::optional<RemoteLink::ClientId> client = std::nullopt);
     void forceSyncState();
     QVariantMap trackMessage(const Track& track) const;
+    QVariantMap currentTrackMessage() const;
     QVariantMap emptyTrackMessage() const;
+    /// Duration and position of the active player, when it tells both.
+    std::optional<std::pair<int, int>> readPosition() const;
     void addPosition(QVariantMap& message) const;
     void addAvailability(QVariantMap& message) const;
 
@@ -218,11 +264,13 @@ class PlayerController {
     Observed<std::shared_ptr<Track>> currentTrack_;
     Observed<std::uint32_t> currentPlayState_{kPlayStateNotPlaying};
     Observed<Image> currentAlbumArt_;
-    std::shared_ptr<MusicPlayer> pandoraPlayer_;
+    std::shared_ptr<PandoraPlayer> pandoraPlayer_;
     struct {
         QString albumName;
         QString artistName;
     } currentAlbumArtDetails_; ///< what `currentAlbumArt` belongs to
+    PositionClock clock_;
+    quint64 remoteArtTicket_ = 0; ///< counts the art that a server sent; the last one is the valid one
 
     Timer volumeTimer_;
     Timer processIDTimer_;

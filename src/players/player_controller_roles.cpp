@@ -79,7 +79,7 @@ std::shared_ptr<RdioPlayer> PlayerController::rdioPlayer() const {
     return adapterIfRunning<RdioPlayer>(workspace_, MusicPlayerType::Rdio);
 }
 
-std::shared_ptr<MusicPlayer> PlayerController::pandoraPlayer() {
+std::shared_ptr<PandoraPlayer> PlayerController::pandoraPlayer() {
     if (!pandora_.isLogInReady())
         return nullptr;
     if (!pandoraPlayer_)
@@ -222,8 +222,7 @@ void PlayerController::showPlaceholderArt() {
 
 void PlayerController::clearPandora() {
     pandoraTimer_.invalidate();
-    pandoraStationName.reset();
-    post(notifications::kNewPandoraStationAvailable);
+    setPandoraStationName(std::nullopt);
 }
 
 // Polling.
@@ -261,24 +260,6 @@ void PlayerController::checkProcessID() {
                        });
     if (!lives)
         setActivePlayer(nullptr);
-}
-
-void PlayerController::checkPandoraState() {
-    const auto player = pandoraPlayer();
-    if (!player || !activeIs(MusicPlayerType::Pandora))
-        return;
-    if (player->getPlayState() != currentPlayState())
-        updatePlayState(false);
-    const auto track = player->getCurrentTrack();
-    const auto shown = currentTrack();
-    if (track && (!shown || track->name() != shown->name() || track->artistName() != shown->artistName())) {
-        updateTrackInfo();
-        updateAlbumArt(false);
-    }
-    if (const int volume = player->getSoundVolume(); volume != currentVolume) {
-        currentVolume = volume;
-        updateVolume();
-    }
 }
 
 // Applications that were launched to play something.

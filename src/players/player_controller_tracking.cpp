@@ -92,8 +92,9 @@ void PlayerController::postPlayingNotification(const Track& track) {
     notification.userInfo.insert(QStringLiteral("type"), QStringLiteral("Playing Notification"));
     QStringList lines{track.name(), track.artistName(), track.albumName()};
     lines.removeAll(QString());
-    if (!lines.isEmpty())
-        notification.title = lines.takeFirst();
+    if (lines.isEmpty())
+        return; // a stream between two songs tells nothing that is worth an interruption
+    notification.title = lines.takeFirst();
     notification.informativeText = lines.join(u'\n');
     if (remoteClientName) {
         const bool own = defaults_.valueFor(defaults::kHostName) == remoteClientName;
@@ -110,6 +111,7 @@ void PlayerController::clearCurrentTrackData() {
     currentPlayState_.set(kPlayStateNotPlaying);
     currentVolume = kDefaultPlayerVolume;
     muted = false;
+    clock_.reset();
     updateAll();
     appDelegate_.updateStatusItemText(QString());
     post(notifications::kUpdateStatusItemFrame);
@@ -153,7 +155,7 @@ void PlayerController::replaceAlbumArt(const Image& image, const QString&, const
     currentAlbumArt_.set(image);
 }
 
-void PlayerController::broadcastAlbumArt() {
+void PlayerController::broadcastAlbumArt(std::optional<RemoteLink::ClientId> client) {
     if (!remoteLink_.hasClients())
         return; // a picture takes milliseconds to write, for nobody
     QVariantMap message;
@@ -161,7 +163,7 @@ void PlayerController::broadcastAlbumArt() {
     if (!useDefault)
         message.insert(QStringLiteral("imageData"), tiff(currentAlbumArt()));
     message.insert(QStringLiteral("useDefault"), useDefault);
-    remoteLink_.broadcastMessage(RemoteAction::albumArtChanged, message);
+    remoteLink_.broadcastMessage(RemoteAction::albumArtChanged, message, client);
 }
 
 // The volume.
@@ -188,8 +190,9 @@ void PlayerController::updateVolume() {
     post(notifications::kNewVolumeInfoAvailable, {{QStringLiteral("Volume"), currentVolume}});
 }
 
-void PlayerController::broadcastVolume() {
-    remoteLink_.broadcastMessage(RemoteAction::setVolume, {{QStringLiteral("volume"), currentVolume}});
+void PlayerController::broadcastVolume(std::optional<RemoteLink::ClientId> client) {
+    remoteLink_.broadcastMessage(RemoteAction::setVolume, {{QStringLiteral("volume"), currentVolume}},
+                                 client);
 }
 
 void PlayerController::increaseVolume() {

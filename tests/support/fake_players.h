@@ -18,6 +18,7 @@ class FakeScriptedPlayer final : public ScriptedPlayer {
     std::optional<int> volume = 50;
     std::optional<double> position;
     std::optional<Image> art;
+    std::optional<int> stars;
     bool inLibrary = true;
     QStringList commands;
 
@@ -35,8 +36,8 @@ class FakeScriptedPlayer final : public ScriptedPlayer {
     std::optional<Image> albumArt() override { return art; }
     void setRepeating(bool) override {}
     void setShuffling(bool) override {}
-    std::optional<int> rating() override { return std::nullopt; }
-    void setRating(int) override {}
+    std::optional<int> rating() override { return stars; }
+    void setRating(int rating) override { stars = rating; }
     void playKey(const QString& key) override { commands << u"key "_qs + key; }
     bool playFromLibrary(const LibraryQuery& query, const QString& playlistName) override {
         commands << QStringList{playlistName, query.name, query.album, query.artist}.join(u'|');

@@ -43,10 +43,16 @@ class FakeAlerts final : public Alerts {
     }
 };
 
-/// The last message of each action to the clients.
+/// The messages to the clients and to the host.
 class RecordingRemoteLink final : public RemoteLink {
   public:
-    std::map<RemoteAction, QVariantMap> last; ///< their payloads
+    struct Sent {
+        RemoteAction action;
+        std::optional<ClientId> client;
+        bool operator==(const Sent&) const = default;
+    };
+    std::vector<Sent> log;                    ///< to the clients, in order
+    std::map<RemoteAction, QVariantMap> last; ///< payload of the last message of each action
     bool isConnecting = false;
     int connectedToSelf = 0;
 
@@ -54,7 +60,12 @@ class RecordingRemoteLink final : public RemoteLink {
     bool connecting() const override { return isConnecting; }
     bool hasClients() const override { return true; }
     void connectToSelf() override { ++connectedToSelf; }
-    void broadcastMessage(RemoteAction action, const QVariantMap& payload, std::optional<ClientId>) override {
+    void sendMessageToHost(RemoteAction action, const QVariantMap& payload) override {
+        last[action] = payload;
+    }
+    void broadcastMessage(RemoteAction action, const QVariantMap& payload,
+                          std::optional<ClientId> client) override {
+        log.push_back({action, client});
         last[action] = payload;
     }
 };
@@ -64,6 +75,7 @@ class RecordingLinks final : public SearchLink, public PlayReports, public Appli
   public:
     QStringList log;
     QString statusText;
+    std::vector<UserNotification> notified;
 
     void refreshRelatedArtists() override {}
     void findSpotifyAlbumArt(const QString&) override {}
@@ -79,7 +91,28 @@ class RecordingLinks final : public SearchLink, public PlayReports, public Appli
     }
     void reportAlbumPlay(const Album&, const QString&, const std::optional<QString>&) override {}
     void updateStatusItemText(const QString& text) override { statusText = text; }
-    void processUserNotification(const UserNotification&) override {}
+    void processUserNotification(const UserNotification& notification) override {
+        notified.push_back(notification);
+    }
+};
+
+/// Pandora as a test has it play.
+class FakePandoraPlayer final : public PandoraPlayer {
+  public:
+    std::uint32_t state = kPlayStateNotPlaying;
+    int volume = 50;
+    int thumb = 0;
+    std::optional<QString> station;
+    std::shared_ptr<Track> track;
+
+    std::shared_ptr<Track> getCurrentTrack() override { return track; }
+    std::uint32_t getPlayState() override { return state; }
+    bool isPlaying() override { return state == kPlayStatePlaying; }
+    int getSoundVolume() override { return volume; }
+    void thumbsUp() override { thumb = 2; }
+    void thumbsDown() override { thumb = 1; }
+    int thumbType() override { return thumb; }
+    std::optional<QString> getStationName() override { return station; }
 };
 
 /// A Pandora page whose login a test makes ready.
@@ -87,11 +120,12 @@ class FakePandora final : public PandoraLink {
   public:
     bool ready = false;
     int made = 0;
+    std::shared_ptr<FakePandoraPlayer> player = std::make_shared<FakePandoraPlayer>();
 
     bool isLogInReady() const override { return ready; }
-    std::shared_ptr<MusicPlayer> makePlayer() override {
+    std::shared_ptr<PandoraPlayer> makePlayer() override {
         ++made;
-        return std::make_shared<MusicPlayer>(MusicPlayerType::Pandora);
+        return player;
     }
 };
 
