@@ -126,7 +126,7 @@ void Application::installPorts() {
     const auto report = [](const QString& message) { qCWarning(log).noquote() << message; };
     session.install<UserDefaults>(std::make_unique<PlistUserDefaults>(
         configFolder() + QStringLiteral("/Preferences.plist"), session.runLoop(), report));
-    session.install<HttpClient>(std::make_unique<LazyHttpClient>());
+    session.install<HttpClient>(std::make_unique<LazyHttpClient>(session));
     session.install<UserNotificationCenter>(std::make_unique<NullUserNotificationCenter>());
     parts_->roles = &session.install<PlayerRoles>(std::make_unique<PlayerRoles>(session));
     session.installReference<Workspace>(*parts_->roles);

@@ -1,6 +1,7 @@
 #include "app/modules.h"
 
 #include "base/run_loop.h"
+#include "base/session.h"
 #include "platform/alerts.h"
 
 #include <QCoreApplication>
@@ -15,6 +16,8 @@ namespace merlode {
 namespace {
 
 Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
+
+const QString kWebQueue = QStringLiteral("co.vantry.Merlode.Web");
 
 // Known without a QCoreApplication, which one of the modules makes.
 QString moduleFolder() {
@@ -61,12 +64,27 @@ bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop) {
 
 } // namespace modules
 
-std::optional<QByteArray> LazyHttpClient::get(const QString& url, double timeoutSeconds, qint64 mostBytes) {
+HttpClient* LazyHttpClient::client() {
     std::call_once(loaded_, [this] {
-        const auto make = find<HttpClient*()>(QStringLiteral("merlode-http"), "merlodeMakeHttpClient");
-        client_.reset(make ? make() : nullptr);
+        const auto make =
+            find<HttpClient*(RunLoop*)>(QStringLiteral("merlode-http"), "merlodeMakeHttpClient");
+        client_.reset(make ? make(&session_.runLoop()) : nullptr);
     });
-    return client_ ? client_->get(url, timeoutSeconds, mostBytes) : std::nullopt;
+    return client_.get();
+}
+
+HttpClient::Reply LazyHttpClient::send(const HttpRequest& request, const HttpCancellation& cancellation) {
+    auto* loaded = client();
+    return loaded ? loaded->send(request, cancellation) : std::nullopt;
+}
+
+void LazyHttpClient::sendAsync(HttpRequest request, std::function<void(Reply)> done) {
+    // The caller may be the main thread, which does not wait for libraries to be loaded.
+    session_.queue(kWebQueue).async([this, request = std::move(request), done = std::move(done)]() mutable {
+        if (auto* loaded = client())
+            return loaded->sendAsync(std::move(request), std::move(done));
+        session_.runLoop().async([done = std::move(done)] { done(std::nullopt); });
+    });
 }
 
 } // namespace merlode

@@ -14,6 +14,7 @@ namespace merlode {
 
 class Alerts;
 class RunLoop;
+class Session;
 
 /// Parts of the program that are loaded when they are needed, from ../lib/merlode beside the executable. A
 /// module that cannot be loaded is reported once in the log; what it would have done is then not there. Any
@@ -37,9 +38,17 @@ bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop);
 /// Web requests through a client that is loaded with the first of them. Any thread.
 class LazyHttpClient final : public HttpClient {
   public:
-    std::optional<QByteArray> get(const QString& url, double timeoutSeconds, qint64 mostBytes) override;
+    /// The session must outlive this object, which is one of its ports.
+    explicit LazyHttpClient(Session& session) : session_(session) {}
+
+    using HttpClient::send;
+    Reply send(const HttpRequest& request, const HttpCancellation& cancellation) override;
+    void sendAsync(HttpRequest request, std::function<void(Reply)> done) override;
 
   private:
+    HttpClient* client();
+
+    Session& session_;
     std::once_flag loaded_;
     std::unique_ptr<HttpClient> client_;
 };

@@ -28,8 +28,10 @@ struct Picture {
 // main thread may stand still. Addresses come from web services and other machines, so a malformed one is as
 // little a fault of this program as an unreachable one, and counts as a failed read like it.
 std::optional<Picture> loadPicture(const QString& url) {
-    const auto bytes = Session::current().port<HttpClient>().get(url, MusicItem::kImageTimeout,
-                                                                 HttpClient::kMostPictureBytes);
+    const auto bytes =
+        Session::current().port<HttpClient>().send({.url = url,
+                                                    .timeoutSeconds = MusicItem::kImageTimeout,
+                                                    .mostBytes = HttpRequest::kMostPictureBytes});
     const auto full = bytes ? Image::decode(*bytes) : std::nullopt;
     if (!full) {
         qCInfo(modelLog) << "no picture could be read from"

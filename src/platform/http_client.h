@@ -3,22 +3,64 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
 #include <optional>
+#include <stop_token>
+#include <utility>
+#include <vector>
 
 namespace merlode {
 
-/// Web requests. Blocking calls belong on a dispatch queue and never on the main thread.
-class HttpClient {
-  public:
-    virtual ~HttpClient() = default;
+/// One web request. An http or https address; anything else fails at once.
+struct HttpRequest {
+    enum class Method { Get, Post };
 
-    /// Most bytes of a picture that are accepted.
+    /// Most bytes that are accepted of each kind of reply. Forty times what the services send at most, so
+    /// that only a reply gone wrong is cut off.
+    static constexpr qint64 kMostTextBytes = 16 * 1024 * 1024;
     static constexpr qint64 kMostPictureBytes = 32 * 1024 * 1024;
 
-    /// Fetches an http or https address. Nothing when the address is of another kind or malformed, when it
-    /// fails, takes longer than `timeoutSeconds`, answers other than 200, or sends more than `mostBytes`.
-    /// Any thread.
-    virtual std::optional<QByteArray> get(const QString& url, double timeoutSeconds, qint64 mostBytes) = 0;
+    /// Seconds that a request without a time-out of its own may take.
+    static constexpr double kDefaultTimeout = 60.0;
+
+    QString url;
+    double timeoutSeconds = kDefaultTimeout; ///< for the whole of it, redirects included
+    qint64 mostBytes = kMostTextBytes;       ///< of the body, decompressed
+    Method method = Method::Get;
+    QByteArray body{}; ///< sent with Post, as a form unless a Content-Type header says otherwise
+    std::vector<std::pair<QByteArray, QByteArray>> headers{}; ///< name and value, beyond the client's own
+};
+
+/// Stops a blocking request from another thread. A copy is a handle on the same switch, which is thrown once
+/// and for good. Any thread.
+class HttpCancellation {
+  public:
+    void cancel() { source_.request_stop(); }
+    bool isCancelled() const { return source_.stop_requested(); }
+
+    /// For a client that wants to be woken: a std::stop_callback on it is called by `cancel`.
+    std::stop_token token() const { return source_.get_token(); }
+
+  private:
+    std::stop_source source_;
+};
+
+/// Web requests. A reply is the body of an answer with a status from 200 to 299. Everything else is nothing:
+/// another status, a malformed address, a failed or late transfer, a body larger than wanted.
+class HttpClient {
+  public:
+    using Reply = std::optional<QByteArray>;
+
+    virtual ~HttpClient() = default;
+
+    /// Sends the request and waits for the reply; nothing soon after it was cancelled. Belongs on a dispatch
+    /// queue and never on the main thread.
+    virtual Reply send(const HttpRequest& request, const HttpCancellation& cancellation) = 0;
+    Reply send(const HttpRequest& request) { return send(request, {}); }
+
+    /// Sends the request and returns at once; `done` is called on the main queue of the session, exactly once
+    /// unless the session ends before. Any thread.
+    virtual void sendAsync(HttpRequest request, std::function<void(Reply)> done) = 0;
 };
 
 } // namespace merlode

@@ -1,6 +1,6 @@
 #include "base/dispatch_queue.h"
-#include "platform/http_client.h"
 #include "platform/linux/mpris_art.h"
+#include "support/fake_http.h"
 #include "support/virtual_run_loop.h"
 
 #include <QBuffer>
@@ -13,18 +13,6 @@
 
 namespace merlode {
 namespace {
-
-class RoutedHttp final : public HttpClient {
-  public:
-    std::optional<QByteArray> get(const QString& url, double, qint64) override {
-        asked += url;
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        QImage(3, 3, QImage::Format_RGB32).save(&buffer, "PNG");
-        return url.endsWith(u".png") ? std::optional(bytes) : std::nullopt;
-    }
-    QStringList asked;
-};
 
 TEST(MprisArt, AddressesAreReadAsPlayersWriteThem) {
     const QTemporaryDir folder;
@@ -56,17 +44,21 @@ TEST(MprisArt, AddressesAreReadAsPlayersWriteThem) {
 }
 
 TEST(MprisArt, OnlyThePictureLastAskedForArrives) {
+    QByteArray picture;
+    QBuffer buffer(&picture);
+    QImage(3, 3, QImage::Format_RGB32).save(&buffer, "PNG");
     VirtualRunLoop loop;
     VirtualExecutor executor(loop);
     DispatchQueue queue(u"art"_qs, executor, nullptr);
-    RoutedHttp http;
+    FakeHttp http;
+    http.route(u"https://x/second.png"_qs, picture);
     MprisArt art(loop, &http, &queue);
     MprisArt(loop, &http, &queue).want(u"https://x/gone.png"_qs); // a player that goes at once
     art.want(u"https://x/first.png"_qs);
     art.want(u"https://x/second.png"_qs);
     loop.runUntilIdle();
     EXPECT_TRUE(art.image());
-    EXPECT_EQ(http.asked, QStringList{u"https://x/second.png"_qs}) << "the others were left before";
+    ASSERT_EQ(http.requests().size(), 1U) << "the others were left before";
 
     art.want(u"https://x/broken"_qs);
     EXPECT_FALSE(art.image()) << "the old picture is not the new track's";

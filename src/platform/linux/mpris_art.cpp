@@ -59,7 +59,8 @@ std::optional<QByteArray> fetchArt(const QString& url, HttpClient* http) {
         return inlineData(url);
     if (!http || !(url.startsWith(u"http://") || url.startsWith(u"https://")))
         return std::nullopt;
-    return http->get(url, kArtTimeoutSeconds, HttpClient::kMostPictureBytes);
+    return http->send(
+        {.url = url, .timeoutSeconds = kArtTimeoutSeconds, .mostBytes = HttpRequest::kMostPictureBytes});
 }
 
 MprisArt::MprisArt(RunLoop& runLoop, HttpClient* http, DispatchQueue* queue)
