@@ -5,6 +5,7 @@
 #include "app/control_service.h"
 #include "app/demo.h"
 #include "app/doctor.h"
+#include "app/item_services.h"
 #include "app/modules.h"
 #include "app/mpris_service.h"
 #include "app/role_assignment.h"
@@ -27,6 +28,7 @@
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QLocale>
 #include <QLoggingCategory>
 #include <QStandardPaths>
 
@@ -64,6 +66,7 @@ struct Application::Parts {
     Session session{std::make_unique<QtRunLoop>(), makeThreadPoolExecutor()};
     SessionScope scope{&session};
     PlayerRoles* roles = nullptr;
+    ItemServices* items = nullptr;
     std::unique_ptr<RoleAssignment> assignment;
     std::unique_ptr<AppDelegate> delegate;
     std::unique_ptr<SleepMonitor> sleepMonitor;
@@ -98,6 +101,7 @@ void Application::launch() {
     parts_->delegate = std::make_unique<AppDelegate>(parts_->session, options_.resourceFolder);
     parts_->session.installReference<ApplicationDelegate>(*parts_->delegate);
     parts_->delegate->applicationDidFinishLaunching();
+    parts_->items->setController(PlayerController::sharedController());
     serveBus();
     keepSomebodyInCharge();
     if (options_.demo)
@@ -136,7 +140,10 @@ void Application::installPorts() {
 void Application::installLinks() {
     auto& session = parts_->session;
     session.install<RemoteLink>(std::make_unique<NullRemoteLink>());
-    session.install<SearchLink>(std::make_unique<NullSearchLink>());
+    session.install<SearchLink>(std::make_unique<PlayerSearch>());
+    auto items = std::make_unique<ItemServices>(QLocale::system().name());
+    parts_->items = items.get();
+    session.install<ItemLink>(std::move(items));
     session.install<PlayReports>(std::make_unique<NullPlayReports>());
     session.install<PandoraLink>(std::make_unique<NullPandoraLink>());
     session.install<ControllersLink>(std::make_unique<Controllers>([this] { findPlayers(); }));

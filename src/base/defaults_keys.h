@@ -61,7 +61,8 @@ inline constexpr DefaultsKey<QString> kRdioPlayerName{"Rdio Player Name"};
 /// The folder whose music the private player plays; empty for the desktop's music folder.
 inline constexpr DefaultsKey<QString> kMusicFolder{"Music Folder"};
 
-// Where the web services are: base addresses such as "https://mirror.example:8443"; empty for the public ones.
+// Where the web services are: base addresses such as "https://mirror.example:8443"; empty for the public
+// ones.
 
 inline constexpr DefaultsKey<QString> kSpotifyAPIHost{"Spotify API Host"};
 inline constexpr DefaultsKey<QString> kITunesSearchHost{"iTunes Search Host"};

@@ -33,6 +33,27 @@ class Album final : public MusicItem {
                                        const QString& artistName, const std::optional<QString>& artworkURL,
                                        bool loadArtwork);
 
+    /// What a service tells of an album.
+    struct Details {
+        QString id = {};
+        QString playKey = {};
+        QString name = {};
+        QString artistName = {};
+        std::optional<QString> artworkURL = {};
+        bool loadArtwork = false;
+    };
+
+    /// An album of the local library, which plays it by its name: the play key is not kept.
+    static std::shared_ptr<Album> iTunesAlbum(const Details& details);
+    static std::shared_ptr<Album> SpotifyAlbum(const Details& details);
+    static std::shared_ptr<Album> RdioAlbum(const Details& details);
+    /// An album that no service is known to have.
+    static std::shared_ptr<Album> UnknownAlbum(const Details& details);
+
+    /// An album of its own with copies of the tracks, sorted by number. Its art is the given album's, or is
+    /// fetched. Delegates and what is being fetched stay behind.
+    static std::shared_ptr<Album> copyAlbum(const Album& album);
+
     const ItemIdentity& identity() const { return identity_; }
     bool operator==(const Album& other) const { return identity_ == other.identity_; }
 
@@ -69,7 +90,44 @@ class Album final : public MusicItem {
     bool isAlbumType(ItemSourceType type) const { return sourceType().contains(type); }
     QString description() const;
 
+    /// The form in which an album travels to another machine. A missing key or address has no entry. Every
+    /// album of the local library carries "iTunes" as its key there.
+    QVariantMap albumToDictionary(bool includeTracks) const;
+
+    /// Look for this album, by name and artist, in the local library and at Spotify; see `MusicItem`.
+    void getiTunesPlayKey() override;
+    void getSpotifyPlayKey() override;
+
+    /// Asks Spotify for the tracks, once in the album's life, and merges them in. Without a Spotify key
+    /// nothing happens. Returns at once. Any thread.
+    void getSpotifyTracks();
+    /// Nothing: Rdio is found by a search only.
+    void getRdioTracks() {}
+
+    /// Takes over the tracks that a service tells. One equal to a track of the same number here, or else of
+    /// the same number alone, gives that one its keys and services; one that fits nowhere becomes a row. The
+    /// list stays sorted by number. Main thread.
+    void mergeTracks(const std::vector<std::shared_ptr<Track>>& tracks);
+
+    /// Looks for art in the iTunes store, where it has none then at Spotify, then at Last.fm. Each step is a
+    /// start of its own for who knows that the former ones are of no use. Nothing happens while art is being
+    /// fetched. Returns at once. Any thread.
+    void fetchiTunesAlbumArt();
+    void fetchSpotifyAlbumArt();
+    void getLastFMAlbumArt();
+
   private:
+    /// Gives the address of a picture, on a background queue.
+    using ArtFinder = std::optional<QString> (Album::*)() const;
+
+    void findArt(ArtFinder find, void (Album::*otherwise)());
+    void artSearchEnded(const std::optional<QString>& url, void (Album::*otherwise)());
+    std::optional<QString> artOfTheStore() const;
+    std::optional<QString> artOfSpotify() const;
+    std::optional<QString> artOfLastFM() const;
+    void foundAtSpotify(const QString& uri, const QString& artURL);
+    bool mergeIntoRow(const Track& track) const;
+
     Album(ItemSourceType sourceType, const QString& id, const QString& name, const QString& artistName);
 
     const ItemIdentity identity_;

@@ -126,6 +126,9 @@ class MusicItem : public std::enable_shared_from_this<MusicItem> {
   protected:
     MusicItem(ItemSourceType sourceType, const QString& id, const QString& name);
 
+    /// Sets the latch of `fetchingImage`; false when it was set already.
+    bool beginFetchingImage() { return setOnce(fetchingImage_); }
+
     /// Runs after each write of the sources and after the delegate was told, without the lock.
     virtual void sourceTypeDidChange() {}
 
@@ -140,6 +143,12 @@ class MusicItem : public std::enable_shared_from_this<MusicItem> {
     void write(T& field, T value) {
         const std::lock_guard lock(mutex_);
         std::swap(field, value);
+    }
+
+    /// Sets a latch; false when it was set already.
+    bool setOnce(bool& latch) {
+        const std::lock_guard lock(mutex_);
+        return !std::exchange(latch, true);
     }
 
     /// Guards every field that changes, those of derived classes too.

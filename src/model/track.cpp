@@ -1,18 +1,27 @@
 #include "model/track.h"
 
+#include "base/session.h"
 #include "model/album.h"
+#include "model/catalogue_requests.h"
+#include "model/item_dictionary.h"
+#include "model/item_link.h"
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace merlode {
 
 namespace {
 
-void insertKey(QVariantMap& dictionary, const QString& name, const std::optional<QString>& key) {
-    if (key)
-        dictionary.insert(name, *key);
+// The song of one entry of Spotify's answer.
+std::shared_ptr<Track> trackOfSpotify(const JSON& item) {
+    return Track::SpotifyTrack({.id = item[u"id"].stringValue(),
+                                .name = item[u"name"].stringValue(),
+                                .albumName = item[u"album"][u"name"].stringValue(),
+                                .artistName = item[u"artists"][0][u"name"].stringValue(),
+                                .duration = item[u"duration_ms"].intValue(),
+                                .isExplicit = item[u"explicit"].boolValue(),
+                                .trackNumber = item[u"track_number"].intValue()},
+                               item[u"uri"].stringValue());
 }
 
 } // namespace
@@ -83,10 +92,62 @@ QString Track::description() const {
            QString::number(number());
 }
 
+void Track::getiTunesPlayKey() {
+    auto& session = Session::current();
+    auto& link = session.port<ItemLink>();
+    if (isTrackType(ItemSourceType::iTunes) || link.hasRemotePlayer())
+        return;
+    const auto library = link.iTunesSongs();
+    const auto* song = library->find(name(), artistName_, albumName_);
+    if (!song)
+        return;
+    session.runLoop().async([weak = weak_from_this(), key = playKeyOf(*song)] {
+        if (const auto track = weak.lock()) {
+            track->setiTunesPlayKey(key);
+            track->insertSource(ItemSourceType::iTunes);
+        }
+    });
+}
+
+void Track::getSpotifyPlayKey() {
+    if (isTrackType(ItemSourceType::Spotify))
+        return;
+    // The title alone is asked for: an album that the service spells otherwise must not hide the song.
+    const auto reply = catalogue::fetchJSON(catalogue::spotifySearch(name(), QStringLiteral("track")));
+    if (!reply)
+        return;
+    for (const auto& [place, item] : (*reply)[u"tracks"][u"items"]) {
+        const auto found = trackOfSpotify(item);
+        if (!(*found == *this))
+            continue;
+        return Session::current().runLoop().async([weak = weak_from_this(), found] {
+            if (const auto track = weak.lock())
+                static_cast<Track&>(*track).foundAtSpotify(*found);
+        });
+    }
+}
+
+void Track::foundAtSpotify(Track& found) {
+    mergeMusicItems(found, *this);
+    if (const auto record = favorite())
+        Session::current().port<ItemLink>().updateFavorite(record, self());
+}
+
+void Track::getFavoritesiTunesPlayKey() {
+    if (isTrackType(ItemSourceType::iTunes))
+        return;
+    auto& link = Session::current().port<ItemLink>();
+    if (link.hasRemotePlayer())
+        link.fetchiTunesKeyFromHost(self());
+    else
+        getiTunesPlayKey();
+}
+
+bool Track::isFavoriteTrack() const {
+    return Session::current().port<ItemLink>().isFavorite(*this);
+}
+
 QVariantMap Track::trackToDictionary() const {
-    // Signed like every number that comes out of a property list, so that both ends see the same types.
-    const auto disc =
-        static_cast<qint64>(std::min<quint64>(discNumber(), std::numeric_limits<qint64>::max()));
     QVariantMap dictionary{
         {QStringLiteral("id"), id()},
         {QStringLiteral("trackName"), name()},
@@ -95,11 +156,11 @@ QVariantMap Track::trackToDictionary() const {
         {QStringLiteral("duration"), duration()},
         {QStringLiteral("explicit"), isExplicit_},
         {QStringLiteral("number"), number()},
-        {QStringLiteral("discNumber"), disc},
+        {QStringLiteral("discNumber"), travellingNumber(discNumber())},
     };
-    insertKey(dictionary, QStringLiteral("iTunesPlayKey"), iTunesPlayKey());
-    insertKey(dictionary, QStringLiteral("rdioPlayKey"), rdioPlayKey());
-    insertKey(dictionary, QStringLiteral("spotifyPlayKey"), spotifyPlayKey());
+    insertText(dictionary, QStringLiteral("iTunesPlayKey"), iTunesPlayKey());
+    insertText(dictionary, QStringLiteral("rdioPlayKey"), rdioPlayKey());
+    insertText(dictionary, QStringLiteral("spotifyPlayKey"), spotifyPlayKey());
     return dictionary;
 }
 

@@ -68,6 +68,18 @@ class Track final : public MusicItem {
     bool isTrackType(ItemSourceType type) const { return sourceType().contains(type); }
     QString description() const;
 
+    /// Look for this very song, by title, artist and album, in the local library and at Spotify; see
+    /// `MusicItem`. Rdio is found by a search only.
+    void getiTunesPlayKey() override;
+    void getSpotifyPlayKey() override;
+
+    /// The library key of a liked track: from this machine's library, or on a client from the host's. Main
+    /// thread for a client, where it returns at once; else any thread.
+    void getFavoritesiTunesPlayKey();
+
+    /// Whether the track is among the likes. Main thread.
+    bool isFavoriteTrack() const;
+
     /// The form in which a track travels to another machine. A missing play key has no entry at all. Sources
     /// do not travel: the keys tell them.
     QVariantMap trackToDictionary() const;
@@ -77,6 +89,8 @@ class Track final : public MusicItem {
 
   private:
     Track(ItemSourceType sourceType, const Details& details);
+    std::shared_ptr<Track> self() { return std::static_pointer_cast<Track>(shared_from_this()); }
+    void foundAtSpotify(Track& found);
 
     const ItemIdentity identity_;
     const QString albumName_;

@@ -139,7 +139,7 @@ void PlayerController::stateChanged(Intake source, const Notification& notificat
     rememberTrack();
     if (activeIs(MusicPlayerType::Remote) && !remoteLink_.connecting()) {
         remoteLink_.connectToSelf();
-        remotePlayer = nullptr;
+        setRemotePlayer(nullptr);
         setActivePlayer(nullptr);
     }
     const auto type = source == Intake::iTunes    ? MusicPlayerType::iTunes

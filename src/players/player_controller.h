@@ -11,6 +11,7 @@
 
 #include <QVariantMap>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -81,8 +82,12 @@ class PlayerController {
     std::uint32_t currentPlayState() const { return currentPlayState_.get(); }
     /// Never empty: the placeholder where there is no art.
     const Image& currentAlbumArt() const { return currentAlbumArt_.get(); }
+    /// Held while this instance is a client.
+    const std::shared_ptr<RemotePlayer>& remotePlayer() const { return remotePlayer_; }
+    void setRemotePlayer(std::shared_ptr<RemotePlayer> player);
+    /// Whether there is one. Any thread.
+    bool hasRemotePlayer() const { return hasRemotePlayer_; }
 
-    std::shared_ptr<RemotePlayer> remotePlayer;          ///< held while this instance is a client
     std::optional<MusicPlayerType> lastActivePlayerType; ///< last player of this machine that was active
     std::optional<PendingMusicItem> pendingMusicItemAndPlayer;
     std::optional<QString> remoteClientName; ///< on whose behalf an item is being played
@@ -265,6 +270,8 @@ class PlayerController {
     Observed<std::uint32_t> currentPlayState_{kPlayStateNotPlaying};
     Observed<Image> currentAlbumArt_;
     std::shared_ptr<PandoraPlayer> pandoraPlayer_;
+    std::shared_ptr<RemotePlayer> remotePlayer_;
+    std::atomic<bool> hasRemotePlayer_ = false;
     struct {
         QString albumName;
         QString artistName;

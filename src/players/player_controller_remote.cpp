@@ -38,6 +38,11 @@ void takeTrack(RemotePlayer& player, const remotestate::TrackState& state) {
 
 } // namespace
 
+void PlayerController::setRemotePlayer(std::shared_ptr<RemotePlayer> player) {
+    remotePlayer_ = std::move(player);
+    hasRemotePlayer_ = remotePlayer_ != nullptr;
+}
+
 std::shared_ptr<RemotePlayer> PlayerController::activeRemotePlayer() const {
     if (!activeIs(MusicPlayerType::Remote))
         return nullptr;

@@ -100,7 +100,7 @@ std::shared_ptr<MusicPlayer> PlayerController::adapterOf(MusicPlayerType type) {
     case MusicPlayerType::Remote:
         break;
     }
-    return remotePlayer;
+    return remotePlayer_;
 }
 
 ItemSourceType PlayerController::availableSources() const {

@@ -28,10 +28,10 @@ TEST(PositionClock, IsShownAndCorrectedWithoutJitter) {
 class NowPlayingTest : public PlayerFixture {
   protected:
     RemotePlayer& becomeClient() {
-        controller().remotePlayer = std::make_shared<RemotePlayer>();
-        controller().setActivePlayer(controller().remotePlayer);
+        controller().setRemotePlayer(std::make_shared<RemotePlayer>());
+        controller().setActivePlayer(controller().remotePlayer());
         test.loop.runUntilIdle();
-        return *controller().remotePlayer;
+        return *controller().remotePlayer();
     }
 
     QVariantMap serverState(const QString& name, const QString& source) const {

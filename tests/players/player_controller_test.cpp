@@ -117,15 +117,15 @@ TEST_F(PlayerControllerTest, AStreamIsKnownByTheAnnouncementThatBringsItIn) {
 
 TEST_F(PlayerControllerTest, TheLocalMachineTakesOverFromARemoteServerUnlessItIsConnecting) {
     for (const bool connecting : {true, false}) {
-        controller().remotePlayer = std::make_shared<RemotePlayer>();
-        controller().setActivePlayer(controller().remotePlayer);
+        controller().setRemotePlayer(std::make_shared<RemotePlayer>());
+        controller().setActivePlayer(controller().remotePlayer());
         remote.isConnecting = connecting;
         desktop.quit(iTunes);
         announce(kITunesPlayerInfo);
         EXPECT_EQ(remote.connectedToSelf, connecting ? 0 : 1);
         EXPECT_EQ(controller().activePlayer() != nullptr, connecting);
     }
-    EXPECT_EQ(controller().remotePlayer, nullptr);
+    EXPECT_EQ(controller().remotePlayer(), nullptr);
 }
 
 TEST_F(PlayerControllerTest, ATrackThatIsMissingTellsTheEmptyStateAndKeepsTheOldOne) {

@@ -1,0 +1,80 @@
+#include "model/catalogue_requests.h"
+
+#include "base/session.h"
+#include "model/item_link.h"
+#include "model/service_hosts.h"
+#include "model/text.h"
+
+#include <QUrl>
+
+namespace merlode::catalogue {
+
+namespace {
+
+const ServiceHosts& hosts() {
+    return Session::current().port<ServiceHosts>();
+}
+
+HttpRequest request(const QString& url) {
+    return {.url = url, .timeoutSeconds = kSearchTimeoutInterval};
+}
+
+// An identifier comes out of a reply: whatever is in it, it stays one piece of the path.
+QString pathPiece(const QString& id) {
+    return QString::fromLatin1(QUrl::toPercentEncoding(id));
+}
+
+QString market() {
+    return QStringLiteral("market=") + Session::current().port<ItemLink>().countryCode();
+}
+
+} // namespace
+
+HttpRequest spotifySearch(const QString& text, const QString& kind) {
+    return request(hosts().spotifyAPI + QStringLiteral("/v1/search?q=") + encodeString(text) +
+                   QStringLiteral("&type=") + kind + u'&' + market());
+}
+
+HttpRequest spotifyAlbum(const QString& id) {
+    return request(hosts().spotifyAPI + QStringLiteral("/v1/albums/") + pathPiece(id));
+}
+
+HttpRequest spotifyTrack(const QString& id) {
+    return request(hosts().spotifyAPI + QStringLiteral("/v1/tracks/") + pathPiece(id) + u'?' + market());
+}
+
+HttpRequest iTunesAlbumsOfArtist(const QString& artistName) {
+    return request(hosts().iTunesSearch + QStringLiteral("/search?entity=album&attribute=artistTerm&term=") +
+                   encodeString(artistName) + QStringLiteral("&limit=100"));
+}
+
+HttpRequest lastFMAlbumInfo(const QString& artistName, const QString& albumName) {
+    return request(hosts().lastFMAPI + QStringLiteral("/2.0/?format=json&method=album.getInfo&artist=") +
+                   encodeString(artistName) + QStringLiteral("&album=") + encodeString(albumName) +
+                   QStringLiteral("&api_key=") + QString::fromLatin1(kLastFMAPIKey));
+}
+
+QString spotifyID(const QString& uri) {
+    return uri.section(u':', -1).section(u'/', -1).section(u'?', 0, 0);
+}
+
+std::optional<JSON> fetchJSON(const HttpRequest& request) {
+    const auto body = Session::current().port<HttpClient>().send(request);
+    if (!body)
+        return std::nullopt;
+    JSONError error;
+    JSON json(*body, JSONReadingOptions::AllowFragments, &error);
+    return error.code == 0 ? std::optional(std::move(json)) : std::nullopt;
+}
+
+JSON iTunesAlbumIn(const JSON& reply, const QString& albumName, const QString& artistName) {
+    for (const auto& [place, entry] : reply[u"results"]) {
+        if (entry[u"collectionType"].stringValue() == u"Album" &&
+            entry[u"artistName"].stringValue() == artistName &&
+            entry[u"collectionName"].stringValue() == albumName)
+            return entry;
+    }
+    return {};
+}
+
+} // namespace merlode::catalogue
