@@ -134,16 +134,13 @@ class JSON {
     JSON(const char16_t* text) : JSON(QStringView(text)) {}
     JSON(const QUrl& url) : JSON(QString::fromLatin1(url.toEncoded())) {}
     template<std::same_as<bool> Boolean>
-    JSON(Boolean boolean) : type_(Bool), content_(QVariant(boolean)) {}
+    JSON(Boolean boolean) : JSON(QVariant(boolean)) {}
     template<std::floating_point Real>
-    JSON(Real real) : type_(Number), content_(QVariant(static_cast<double>(real))) {}
+    JSON(Real real) : JSON(QVariant(static_cast<double>(real))) {}
     template<std::integral Integer>
-    requires(!std::same_as<Integer, bool>) JSON(Integer integer) : type_(Number) {
-        if (std::in_range<qlonglong>(integer))
-            content_ = QVariant(static_cast<qlonglong>(integer));
-        else
-            content_ = QVariant(static_cast<qulonglong>(integer));
-    }
+    requires(!std::same_as<Integer, bool>) JSON(Integer integer)
+        : JSON(std::in_range<qlonglong>(integer) ? QVariant(static_cast<qlonglong>(integer))
+                                                 : QVariant(static_cast<qulonglong>(integer))) {}
     /// Nothing is null.
     template<class Value>
     JSON(const std::optional<Value>& value) : JSON(value ? JSON(*value) : JSON()) {}
