@@ -174,4 +174,38 @@ JSON JSON::operator[](const JSONPath& path) const {
     return value;
 }
 
+// A path is worked down by copies and written back up: a step that goes wrong leaves everything as it was,
+// since its value has an error and is not taken.
+void JSON::write(std::span<const JSONSubscriptType> path, const JSON& value) {
+    if (path.empty())
+        return;
+    path.front().visit([this, path, &value](const auto& step) {
+        JSON written = value;
+        if (path.size() > 1) {
+            written = (*this)[step];
+            written.write(path.subspan(1), value);
+        }
+        if (!written.error_)
+            writeStep(step, written);
+    });
+}
+
+void JSON::writeStep(qsizetype index, const JSON& value) {
+    if (type_ != Array || index < 0 || index >= count())
+        return;
+    if (parsed())
+        content_ = object();
+    auto* const list = static_cast<QVariantList*>(std::get<QVariant>(content_).data());
+    list->replace(index, value.object());
+}
+
+void JSON::writeStep(const QString& key, const JSON& value) {
+    if (type_ != Dictionary)
+        return;
+    if (parsed())
+        content_ = object();
+    auto* const map = static_cast<QVariantMap*>(std::get<QVariant>(content_).data());
+    map->insert(key, value.object());
+}
+
 } // namespace merlode

@@ -12,6 +12,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -133,16 +134,13 @@ class JSON {
     JSON(const char16_t* text) : JSON(QStringView(text)) {}
     JSON(const QUrl& url) : JSON(QString::fromLatin1(url.toEncoded())) {}
     template<std::same_as<bool> Boolean>
-    JSON(Boolean boolean) : type_(Bool), content_(QVariant(boolean)) {}
+    JSON(Boolean boolean) : JSON(QVariant(boolean)) {}
     template<std::floating_point Real>
-    JSON(Real real) : type_(Number), content_(QVariant(static_cast<double>(real))) {}
+    JSON(Real real) : JSON(QVariant(static_cast<double>(real))) {}
     template<std::integral Integer>
-    requires(!std::same_as<Integer, bool>) JSON(Integer integer) : type_(Number) {
-        if (std::in_range<qlonglong>(integer))
-            content_ = QVariant(static_cast<qlonglong>(integer));
-        else
-            content_ = QVariant(static_cast<qulonglong>(integer));
-    }
+    requires(!std::same_as<Integer, bool>) JSON(Integer integer)
+        : JSON(std::in_range<qlonglong>(integer) ? QVariant(static_cast<qlonglong>(integer))
+                                                 : QVariant(static_cast<qulonglong>(integer))) {}
     /// Nothing is null.
     template<class Value>
     JSON(const std::optional<Value>& value) : JSON(value ? JSON(*value) : JSON()) {}
@@ -172,6 +170,13 @@ class JSON {
         ((value = value[steps]), ...);
         return value;
     }
+
+    /// Writes an element or a field: an index inside an array's bounds, any key of a dictionary. What does
+    /// not fit, a value with an error too, is ignored.
+    void set(const JSONSubscriptType& step, const JSON& value) { write({&step, 1}, value); }
+    /// The same several steps down: `json.set({u"tracks", 0, u"name"}, u"Alpha")`. Every step but the last
+    /// must be there. No step at all does nothing.
+    void set(const JSONPath& path, const JSON& value) { write(path, value); }
 
     std::optional<std::vector<JSON>> array() const;
     std::vector<JSON> arrayValue() const { return array().value_or(std::vector<JSON>()); }
@@ -232,6 +237,29 @@ class JSON {
     ///     for (const auto& [position, item] : reply[u"tracks"][u"items"])
     JSONIterator begin() const;
     std::default_sentinel_t end() const { return {}; }
+    /// The same walk by positions; no position is before or after another for other kinds than these two.
+    /// Slower, as each look starts anew.
+    JSONIndex startIndex() const;
+    JSONIndex endIndex() const;
+    /// Empty text and null outside the walk.
+    std::pair<QString, JSON> operator[](const JSONIndex& index) const;
+
+    /// An array or dictionary as a text in UTF-8. Nothing for other kinds, or if something in it has no form
+    /// in JSON: a real that is not finite, say. Integers are exact, and reals read back as what they were.
+    std::optional<QByteArray> rawData(JSONWritingOptions options = JSONWritingOptions::None) const;
+    /// An array or dictionary as the text whose bytes in `encoding` are `rawData`, a text as it stands, other
+    /// scalars as `stringValue`, "null". Nothing if there is none.
+    std::optional<QString> rawString(QStringConverter::Encoding encoding = QStringConverter::Utf8,
+                                     JSONWritingOptions options = JSONWritingOptions::PrettyPrinted) const;
+    /// `rawString`, or "unknown".
+    QString description() const { return rawString().value_or(QStringLiteral("unknown")); }
+    QString debugDescription() const { return description(); }
+
+    /// Values of one kind are equal by content, numbers by value whatever their types; inside arrays and
+    /// dictionaries a boolean equals 0 or 1. Unknown equals nothing.
+    friend bool operator==(const JSON& left, const JSON& right);
+    /// Numbers and texts are ordered. All else is at most equal.
+    friend std::partial_ordering operator<=>(const JSON& left, const JSON& right);
 
   private:
     friend class JSONGenerator;
@@ -243,6 +271,9 @@ class JSON {
 
     JSON(const std::shared_ptr<const JSONDocument>& document, JSONPlace place);
     static JSON failure(int code, const QString& text);
+    void write(std::span<const JSONSubscriptType> path, const JSON& value);
+    void writeStep(qsizetype index, const JSON& value);
+    void writeStep(const QString& key, const JSON& value);
 
     const Parsed* parsed() const { return std::get_if<Parsed>(&content_); }
     const QVariantList& list() const;
@@ -260,6 +291,32 @@ class JSON {
     // A container out of a text stays where it is; everything else is an untyped object.
     std::variant<QVariant, Parsed> content_;
     std::optional<JSONError> error_;
+};
+
+/// A position in the walk over a value: of an array, of a dictionary, or none. Positions of one kind compare;
+/// any other two are neither equal nor ordered, a none with itself included.
+class JSONIndex {
+  public:
+    enum class Kind { Array, Dictionary, None };
+
+    JSONIndex() = default;
+    JSONIndex(Kind kind, qsizetype position) : kind_(kind), position_(position) {}
+    Kind kind() const { return kind_; }
+    qsizetype position() const { return position_; }
+    JSONIndex successor() const { return {kind_, position_ + 1}; }
+
+    friend bool operator==(const JSONIndex& left, const JSONIndex& right) {
+        return std::is_eq(left <=> right);
+    }
+    friend std::partial_ordering operator<=>(const JSONIndex& left, const JSONIndex& right) {
+        if (left.kind_ != right.kind_ || left.kind_ == Kind::None)
+            return std::partial_ordering::unordered;
+        return left.position_ <=> right.position_;
+    }
+
+  private:
+    Kind kind_ = Kind::None;
+    qsizetype position_ = 0;
 };
 
 /// One walk over a value, see `JSON::begin`.

@@ -10,30 +10,16 @@ namespace merlode {
 
 namespace {
 
-// Every 64-bit integer and every double, so that integers and reals compare by value.
-using Exact = long double;
-static_assert(std::numeric_limits<Exact>::digits >= 64);
-
-Exact exact(const QVariant& number) {
-    switch (number.typeId()) {
-    case QMetaType::Double:
-        return number.toDouble();
-    case QMetaType::ULongLong:
-        return static_cast<Exact>(number.toULongLong());
-    default:
-        return static_cast<Exact>(number.toLongLong());
-    }
-}
-
 // Truncated and brought into the 64 bits of Integer.
 template<class Integer>
 Integer saturated(double real) {
     using Limits = std::numeric_limits<Integer>;
     if (std::isnan(real))
         return 0;
-    if (Exact{real} <= static_cast<Exact>(Limits::min()))
+    // The largest integer is no double: the next one up is.
+    if (real <= static_cast<double>(Limits::min()))
         return Limits::min();
-    if (Exact{real} >= static_cast<Exact>(Limits::max()))
+    if (real >= static_cast<double>(Limits::max()))
         return Limits::max();
     return static_cast<Integer>(real);
 }
@@ -116,7 +102,7 @@ bool JSON::boolValue() const {
     if (const auto text = string())
         return readsAsTrue(*text);
     const auto value = number();
-    return value && exact(*value) != 0;
+    return value && value->toDouble() != 0;
 }
 
 std::optional<QVariant> JSON::number() const {

@@ -16,6 +16,27 @@ bool JSON::isEmpty() const {
     return count() == 0;
 }
 
+JSONIndex JSON::startIndex() const {
+    return endIndex().kind() == JSONIndex::Kind::None ? JSONIndex() : JSONIndex(endIndex().kind(), 0);
+}
+
+JSONIndex JSON::endIndex() const {
+    if (type_ == Array)
+        return {JSONIndex::Kind::Array, count()};
+    if (type_ == Dictionary)
+        return {JSONIndex::Kind::Dictionary, count()};
+    return {};
+}
+
+std::pair<QString, JSON> JSON::operator[](const JSONIndex& index) const {
+    if (!(index >= startIndex() && index < endIndex()))
+        return {};
+    JSONGenerator walk(*this);
+    for (qsizetype skipped = 0; skipped < index.position(); ++skipped)
+        walk.next();
+    return walk.next().value_or(JSONGenerator::Element());
+}
+
 JSONGenerator::JSONGenerator(const JSON& json) : json_(json) {
     const auto* const part = json_.parsed();
     if (part && json_.type_ == JSON::Array) {
