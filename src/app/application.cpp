@@ -17,12 +17,12 @@
 #include "base/runtime_folder.h"
 #include "base/session.h"
 #include "model/remote_link.h"
+#include "platform/linux/freedesktop_notification_center.h"
 #include "platform/linux/log_alerts.h"
 #include "platform/linux/mpris_names.h"
 #include "platform/linux/player_roles.h"
 #include "platform/linux/plist_user_defaults.h"
 #include "platform/linux/sleep_monitor.h"
-#include "platform/null_user_notification_center.h"
 #include "players/player_controller.h"
 
 #include <QCoreApplication>
@@ -39,6 +39,7 @@ namespace {
 Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
 
 const QString kDoctorQueue = QStringLiteral("co.vantry.Merlode.Doctor");
+const QString kNotificationQueue = QStringLiteral("co.vantry.Merlode.Notifications");
 
 class Controllers final : public ControllersLink {
   public:
@@ -131,7 +132,8 @@ void Application::installPorts() {
     session.install<UserDefaults>(std::make_unique<PlistUserDefaults>(
         configFolder() + QStringLiteral("/Preferences.plist"), session.runLoop(), report));
     session.install<HttpClient>(std::make_unique<LazyHttpClient>(session));
-    session.install<UserNotificationCenter>(std::make_unique<NullUserNotificationCenter>());
+    session.install<UserNotificationCenter>(std::make_unique<FreedesktopNotificationCenter>(
+        parts_->bus, session.runLoop(), session.queue(kNotificationQueue)));
     parts_->roles = &session.install<PlayerRoles>(std::make_unique<PlayerRoles>(session));
     session.installReference<Workspace>(*parts_->roles);
     session.installReference<ScriptedPlayers>(*parts_->roles);

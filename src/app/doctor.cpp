@@ -8,6 +8,7 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDir>
 #include <QFileInfo>
 #include <QImageReader>
@@ -21,6 +22,7 @@ namespace {
 using State = Check::State;
 
 constexpr double kMpdLookSeconds = 0.5;
+constexpr int kServiceLookMilliseconds = 500;
 
 Check checkSessionBus(const QDBusConnection& bus) {
     const QString name = QStringLiteral("session bus");
@@ -112,12 +114,29 @@ bool activatable(const QDBusConnection& bus, const QString& service) {
            daemon->activatableServiceNames().value().contains(service);
 }
 
+// The service that runs, by its own words; nothing where it does not answer.
+std::optional<QString> notificationServer(const QDBusConnection& bus, const QString& service) {
+    auto call = QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"),
+                                               service, QStringLiteral("GetServerInformation"));
+    const auto answer = bus.call(call, QDBus::Block, kServiceLookMilliseconds);
+    if (answer.type() != QDBusMessage::ReplyMessage)
+        return std::nullopt;
+    const auto words = answer.arguments();
+    return words.value(0).toString() + u' ' + words.value(2).toString();
+}
+
 Check checkNotifications(const QDBusConnection& bus) {
     const QString name = QStringLiteral("desktop notifications");
-    if (bus.isConnected() && activatable(bus, QStringLiteral("org.freedesktop.Notifications")))
-        return {name, State::Ok, QStringLiteral("a service is there"), {}};
-    return {name, State::Warning, QStringLiteral("no service"),
-            QStringLiteral("on a desktop, install a notification service such as \"dunst\"")};
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    if (!bus.isConnected() || !activatable(bus, service))
+        return {name, State::Warning, QStringLiteral("no service"),
+                QStringLiteral("on a desktop, install a notification service such as \"dunst\"")};
+    if (!bus.interface()->isServiceRegistered(service).value())
+        return {name, State::Ok, QStringLiteral("a service is there; the first notification starts it"), {}};
+    if (const auto server = notificationServer(bus, service))
+        return {name, State::Ok, *server, {}};
+    return {name, State::Warning, QStringLiteral("the service does not answer"),
+            QStringLiteral("start your notification service again")};
 }
 
 Check checkSleep() {
