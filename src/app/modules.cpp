@@ -67,8 +67,8 @@ bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop) {
 HttpClient* LazyHttpClient::client() {
     std::call_once(loaded_, [this] {
         const auto make =
-            find<HttpClient*(RunLoop*)>(QStringLiteral("merlode-http"), "merlodeMakeHttpClient");
-        client_.reset(make ? make(&session_.runLoop()) : nullptr);
+            find<HttpClient*(Session*)>(QStringLiteral("merlode-http"), "merlodeMakeHttpClient");
+        client_.reset(make ? make(&session_) : nullptr);
     });
     return client_.get();
 }

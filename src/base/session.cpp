@@ -11,6 +11,7 @@ Session::Session(std::unique_ptr<RunLoop> runLoop, std::unique_ptr<Executor> exe
 
 Session::~Session() {
     const SessionScope scope(this);
+    ending_.request_stop();
     // Destroyed without the lock: work that is being waited for may itself ask for a controller.
     auto queues = [this] {
         const std::lock_guard lock(mutex_);

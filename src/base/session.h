@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <typeindex>
 #include <unordered_map>
 #include <vector>
@@ -24,8 +25,8 @@ class Session {
   public:
     Session(std::unique_ptr<RunLoop> runLoop, std::unique_ptr<Executor> executor);
 
-    /// Waits for background work, then destroys the shared controllers in the reverse order of their making,
-    /// then the ports in the reverse order of their installing.
+    /// Announces itself to `ending`, waits for background work, then destroys the shared controllers in the
+    /// reverse order of their making, then the ports in the reverse order of their installing.
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -33,6 +34,10 @@ class Session {
     /// The session whose work this thread is running. Calling it outside any session is a programming error
     /// and ends the program with a message.
     static Session& current();
+
+    /// Stopped as the session begins to end, before it waits for background work: what blocks such work
+    /// registers a std::stop_callback here and lets it go.
+    std::stop_token ending() const { return ending_.get_token(); }
 
     RunLoop& runLoop() { return *runLoop_; }
     Executor& executor() { return *executor_; }
@@ -83,6 +88,7 @@ class Session {
     void* findErased(std::type_index type) const;
     void* sharedErased(std::type_index type, Factory factory);
 
+    std::stop_source ending_;
     std::unique_ptr<Executor> executor_;
     std::unique_ptr<RunLoop> runLoop_;
     NotificationCenter notificationCenter_;
