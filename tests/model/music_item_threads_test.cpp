@@ -1,6 +1,8 @@
 #include "base/executor.h"
 #include "base/session.h"
 #include "model/album.h"
+#include "model/item_link.h"
+#include "model/service_hosts.h"
 #include "model/track.h"
 #include "support/fake_http.h"
 #include "support/virtual_run_loop.h"
@@ -30,8 +32,12 @@ TEST(MusicItemThreadTest, OneItemIsReadWrittenMergedAndFetchedAtOnce) {
     // The loop's clock stands still while other threads add work to it, so no real time and no event loop is
     // needed.
     FakeHttp http;
+    ItemLink link;
+    ServiceHosts hosts;
     Session session(std::make_unique<VirtualRunLoop>(), makeThreadPoolExecutor());
     session.installReference<HttpClient>(http);
+    session.installReference<ItemLink>(link);
+    session.installReference<ServiceHosts>(hosts);
     const SessionScope scope(&session);
     const auto counter = std::make_shared<Counter>();
     const auto a = Track::make(ItemSourceType::None, {.name = u"a"_qs});
