@@ -205,6 +205,13 @@ class PlayerController {
   private:
     enum class Intake { iTunes, Spotify, Rdio };
 
+    /// What `currentAlbumArt` belongs to.
+    struct AlbumArtDetails {
+        QString albumName;
+        QString artistName;
+        bool operator==(const AlbumArtDetails&) const = default;
+    };
+
     void registerForNotifications();
     void stateChanged(Intake source, const Notification& notification);
     std::shared_ptr<MusicPlayer> adapterOf(MusicPlayerType type);
@@ -239,6 +246,7 @@ class PlayerController {
     void updateStatusItemString(const Track& track);
     void postPlayingNotification(const Track& track);
     void fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAttempt);
+    void lookForLateArt(const AlbumArtDetails& details, int looks);
     void broadcastAlbumArt(std::optional<RemoteLink::ClientId> client = std::nullopt);
     void broadcastVolume(std::optional<RemoteLink::ClientId> client = std::nullopt);
     void broadcastPlayState(std::optional<RemoteLink::ClientId> client = std::nullopt);
@@ -272,10 +280,7 @@ class PlayerController {
     std::shared_ptr<PandoraPlayer> pandoraPlayer_;
     std::shared_ptr<RemotePlayer> remotePlayer_;
     std::atomic<bool> hasRemotePlayer_ = false;
-    struct {
-        QString albumName;
-        QString artistName;
-    } currentAlbumArtDetails_; ///< what `currentAlbumArt` belongs to
+    AlbumArtDetails currentAlbumArtDetails_;
     PositionClock clock_;
     quint64 remoteArtTicket_ = 0; ///< counts the art that a server sent; the last one is the valid one
 

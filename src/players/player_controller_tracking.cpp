@@ -34,6 +34,10 @@ std::optional<double> artDelay(MusicPlayerType type) {
     return std::nullopt;
 }
 
+// Art is fetched for ten seconds at most; by then it is there or never comes.
+constexpr int kLateArtLooks = 10;
+constexpr double kLateArtInterval = 1.0;
+
 // A player's own read-back must not fight a slider that is being dragged.
 constexpr double kVolumePollPause = 3.0;
 
@@ -121,8 +125,7 @@ void PlayerController::clearCurrentTrackData() {
 
 void PlayerController::updateAlbumArt(bool secondAttempt) {
     const auto track = currentTrack();
-    if (!track || (track->albumName() == currentAlbumArtDetails_.albumName &&
-                   track->artistName() == currentAlbumArtDetails_.artistName))
+    if (!track || currentAlbumArtDetails_ == AlbumArtDetails{track->albumName(), track->artistName()})
         return;
     showPlaceholderArt();
     currentAlbumArtDetails_ = {track->albumName(), track->artistName()};
@@ -136,6 +139,7 @@ void PlayerController::fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAt
     // Whatever plays by now is what the art is wanted of.
     if (const auto image = activePlayer() ? activePlayer()->getAlbumArt() : std::nullopt)
         return currentAlbumArt_.set(*image);
+    lookForLateArt(currentAlbumArtDetails_, kLateArtLooks);
     if (chosenPlayer == MusicPlayerType::Spotify) {
         const auto player = spotifyPlayer();
         if (const auto url = player ? player->spotifyUrl() : std::nullopt)
@@ -145,6 +149,18 @@ void PlayerController::fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAt
         return updateAlbumArt(true);
     if (currentTrack())
         search_.findiTunesAlbumArt(currentTrack());
+}
+
+// A player whose art lies on the web has it when the web has delivered it. What a search finds sooner stays.
+void PlayerController::lookForLateArt(const AlbumArtDetails& details, int looks) {
+    after(kLateArtInterval, [this, details, looks] {
+        if (!(details == currentAlbumArtDetails_) || currentAlbumArt() != sSharedAlbumArtworkImage())
+            return;
+        if (const auto image = activePlayer() ? activePlayer()->getAlbumArt() : std::nullopt)
+            currentAlbumArt_.set(*image);
+        else if (looks > 1)
+            lookForLateArt(details, looks - 1);
+    });
 }
 
 void PlayerController::replaceAlbumArt(const Image& image, const QString&, const QString&,

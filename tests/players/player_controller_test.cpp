@@ -293,6 +293,12 @@ TEST_F(PlayerControllerTest, ArtIsFetchedOncePerAlbumAfterThePlayersDelay) {
     EXPECT_EQ(controller().currentAlbumArt(), sSharedAlbumArtworkImage());
     controller().replaceAlbumArt(cover, {}, {}, u"Album"_qs);
     EXPECT_EQ(controller().currentAlbumArt(), cover);
+    library.playing(u"Four"_qs, u"Slow web"_qs);
+    announce(kITunesPlayerInfo);
+    test.loop.advance(4);
+    library.art = cover;
+    test.loop.advance(1);
+    EXPECT_EQ(controller().currentAlbumArt(), cover) << "late art is better than none";
 }
 
 } // namespace
