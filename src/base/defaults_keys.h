@@ -72,5 +72,17 @@ inline constexpr DefaultsKey<QString> kLastFMWebHost{"LastFM Web Host"};
 inline constexpr DefaultsKey<QString> kRdioHost{"Rdio Host"};
 inline constexpr DefaultsKey<QString> kPandoraHost{"Pandora Host"};
 
+// Where the web services are: base addresses, "https://api.spotify.com". See `ServiceHosts`.
+
+inline constexpr DefaultsKey<QString> kSpotifyAPIAddress{"Spotify API Address"};
+inline constexpr DefaultsKey<QString> kITunesSearchAddress{"iTunes Search Address"};
+/// The store's lists of new and of popular albums.
+inline constexpr DefaultsKey<QString> kITunesStoreAddress{"iTunes Store Address"};
+inline constexpr DefaultsKey<QString> kLastFMAPIAddress{"LastFM API Address"};
+/// Where the user allows the program to use the account.
+inline constexpr DefaultsKey<QString> kLastFMWebAddress{"LastFM Web Address"};
+inline constexpr DefaultsKey<QString> kRdioAddress{"Rdio Address"};
+inline constexpr DefaultsKey<QString> kPandoraAddress{"Pandora Address"};
+
 } // namespace defaults
 } // namespace merlode

@@ -1,10 +1,12 @@
 #include "model/service_hosts.h"
 
-#include "base/defaults_keys.h"
+#include "base/session.h"
 #include "platform/user_defaults.h"
 
 #include <QLoggingCategory>
 #include <QUrl>
+
+#include <optional>
 
 namespace merlode {
 
@@ -12,34 +14,59 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "merlode.model", QtWarningMsg)
 
-bool isBaseAddress(const QUrl& url) {
-    const bool web = url.scheme() == u"https" || url.scheme() == u"http";
-    const bool bare = (url.path().isEmpty() || url.path() == u"/") && !url.hasQuery() && !url.hasFragment();
-    return url.isValid() && web && bare && !url.host().isEmpty();
+struct Host {
+    DefaultsKey<QString> key;
+    const char* address;
+};
+
+// In the order of WebService. "Defaults.plist" says the same, for whoever looks for the settings there; these
+// are for a setting that makes no sense.
+constexpr std::array<Host, 7> kHosts = {{
+    {defaults::kSpotifyAPIAddress, "https://api.spotify.com"},
+    {defaults::kITunesSearchAddress, "https://itunes.apple.com"},
+    {defaults::kITunesStoreAddress, "https://itunes.apple.com"},
+    {defaults::kLastFMAPIAddress, "https://ws.audioscrobbler.com"},
+    {defaults::kLastFMWebAddress, "https://www.last.fm"},
+    {defaults::kRdioAddress, "https://services.rdio.com"},
+    {defaults::kPandoraAddress, "http://www.pandora.com"},
+}};
+
+// Scheme, host and port, and nothing more.
+std::optional<QString> baseAddress(const QString& text) {
+    const QUrl url(text, QUrl::StrictMode);
+    const bool isWeb = url.isValid() && (url.scheme() == u"http" || url.scheme() == u"https");
+    const bool isBare = (url.path().isEmpty() || url.path() == u"/") && url.userInfo().isEmpty() &&
+                        !url.hasQuery() && !url.hasFragment();
+    if (!isWeb || !isBare || url.host().isEmpty())
+        return std::nullopt;
+    return url.toString(QUrl::RemovePath | QUrl::FullyEncoded);
 }
 
 } // namespace
 
-ServiceHosts ServiceHosts::fromDefaults(const UserDefaults& userDefaults) {
-    ServiceHosts hosts;
-    const auto read = [&userDefaults](DefaultsKey<QString> key, QString& host) {
-        const auto text = userDefaults.valueFor(key);
-        if (!text || text->isEmpty())
-            return;
-        const QUrl url(text->trimmed(), QUrl::StrictMode);
-        if (isBaseAddress(url))
-            host = url.adjusted(QUrl::RemovePath).toString();
+ServiceHosts& ServiceHosts::sharedController() {
+    return Session::current().shared<ServiceHosts>();
+}
+
+ServiceHosts::ServiceHosts() {
+    const auto& userDefaults = Session::current().port<UserDefaults>();
+    for (std::size_t index = 0; index < kHosts.size(); ++index) {
+        const auto& host = kHosts[index];
+        addresses_[index] = QString::fromLatin1(host.address);
+        const QVariant setting = userDefaults.value(host.key.text());
+        if (!setting.isValid())
+            continue;
+        if (const auto address = baseAddress(setting.toString()))
+            addresses_[index] = *address;
         else
-            qCWarning(log).noquote() << "the setting" << key.text() << "is no web address; using" << host;
-    };
-    read(defaults::kSpotifyAPIHost, hosts.spotifyAPI);
-    read(defaults::kITunesSearchHost, hosts.iTunesSearch);
-    read(defaults::kITunesStoreHost, hosts.iTunesStore);
-    read(defaults::kLastFMAPIHost, hosts.lastFMAPI);
-    read(defaults::kLastFMWebHost, hosts.lastFMWeb);
-    read(defaults::kRdioHost, hosts.rdio);
-    read(defaults::kPandoraHost, hosts.pandora);
-    return hosts;
+            qCWarning(log).noquote() << QStringLiteral("the setting \"%1\" is no base address; %2 is asked")
+                                            .arg(host.key.text(), addresses_[index]);
+    }
+}
+
+void ServiceHosts::setAll(UserDefaults& userDefaults, const QString& address) {
+    for (const auto& host : kHosts)
+        userDefaults.set(host.key, address);
 }
 
 } // namespace merlode

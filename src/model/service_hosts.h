@@ -2,25 +2,35 @@
 
 #include <QString>
 
+#include <array>
+
 namespace merlode {
 
 class UserDefaults;
 
-/// Where the web services are reached: each a scheme, a host and where needed a port, without a slash at the
-/// end. Settings, so that a mirror can stand in for a service. Read once when the program starts and then
-/// installed in the session as it is: any thread.
-struct ServiceHosts {
-    QString spotifyAPI = QStringLiteral("https://api.spotify.com");
-    QString iTunesSearch = QStringLiteral("https://itunes.apple.com");
-    QString iTunesStore = QStringLiteral("https://itunes.apple.com");
-    QString lastFMAPI = QStringLiteral("https://ws.audioscrobbler.com");
-    QString lastFMWeb = QStringLiteral("https://www.last.fm");
-    QString rdio = QStringLiteral("https://services.rdio.com");
-    QString pandora = QStringLiteral("http://www.pandora.com");
+/// The web services that the program asks, by the hosts that they answer on.
+enum class WebService { SpotifyAPI, iTunesSearch, iTunesStore, LastFMAPI, LastFMWeb, Rdio, Pandora };
 
-    /// The hosts of the settings. One that is not set or is no such address keeps its default; the latter is
-    /// told in the log. Main thread.
-    static ServiceHosts fromDefaults(const UserDefaults& userDefaults);
+/// Where the web services are: the public hosts, unless a setting names another, for people who run mirrors
+/// and for the demo, which asks nobody. Read once.
+class ServiceHosts {
+  public:
+    /// The one of the session. Called first on the main thread, at launch, since it reads the settings; from
+    /// then on from any thread.
+    static ServiceHosts& sharedController();
+
+    /// Reads the settings of the session. One that is no base address leaves a line in the log and counts as
+    /// not set.
+    ServiceHosts();
+
+    /// The base address, "https://api.example" or "http://127.0.0.1:8123": a path is appended to it as it is.
+    const QString& address(WebService service) const { return addresses_[static_cast<std::size_t>(service)]; }
+
+    /// Stores one base address for all services. Takes effect with the next object of this class.
+    static void setAll(UserDefaults& userDefaults, const QString& address);
+
+  private:
+    std::array<QString, 7> addresses_;
 };
 
 } // namespace merlode
