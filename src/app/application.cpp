@@ -17,6 +17,7 @@
 #include "base/runtime_folder.h"
 #include "base/session.h"
 #include "model/remote_link.h"
+#include "model/service_hosts.h"
 #include "platform/linux/freedesktop_notification_center.h"
 #include "platform/linux/log_alerts.h"
 #include "platform/linux/mpris_names.h"
@@ -113,6 +114,7 @@ void Application::launch() {
 void Application::findPlayers() {
     if (options_.demo)
         configureDemo(parts_->session.port<UserDefaults>(), options_.demoFolder);
+    ServiceHosts::sharedController(); // reads the settings, before background work wants to know
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QString runtime =
         options_.demo ? options_.demoFolder : runtimeFolder() + QStringLiteral("/merlode");

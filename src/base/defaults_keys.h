@@ -61,17 +61,6 @@ inline constexpr DefaultsKey<QString> kRdioPlayerName{"Rdio Player Name"};
 /// The folder whose music the private player plays; empty for the desktop's music folder.
 inline constexpr DefaultsKey<QString> kMusicFolder{"Music Folder"};
 
-// Where the web services are: base addresses such as "https://mirror.example:8443"; empty for the public
-// ones.
-
-inline constexpr DefaultsKey<QString> kSpotifyAPIHost{"Spotify API Host"};
-inline constexpr DefaultsKey<QString> kITunesSearchHost{"iTunes Search Host"};
-inline constexpr DefaultsKey<QString> kITunesStoreHost{"iTunes Store Host"};
-inline constexpr DefaultsKey<QString> kLastFMAPIHost{"LastFM API Host"};
-inline constexpr DefaultsKey<QString> kLastFMWebHost{"LastFM Web Host"};
-inline constexpr DefaultsKey<QString> kRdioHost{"Rdio Host"};
-inline constexpr DefaultsKey<QString> kPandoraHost{"Pandora Host"};
-
 // Where the web services are: base addresses, "https://api.spotify.com". See `ServiceHosts`.
 
 inline constexpr DefaultsKey<QString> kSpotifyAPIAddress{"Spotify API Address"};

@@ -11,8 +11,8 @@ namespace merlode::catalogue {
 
 namespace {
 
-const ServiceHosts& hosts() {
-    return Session::current().port<ServiceHosts>();
+QString host(WebService service) {
+    return ServiceHosts::sharedController().address(service);
 }
 
 HttpRequest request(const QString& url) {
@@ -31,25 +31,28 @@ QString market() {
 } // namespace
 
 HttpRequest spotifySearch(const QString& text, const QString& kind) {
-    return request(hosts().spotifyAPI + QStringLiteral("/v1/search?q=") + encodeString(text) +
+    return request(host(WebService::SpotifyAPI) + QStringLiteral("/v1/search?q=") + encodeString(text) +
                    QStringLiteral("&type=") + kind + u'&' + market());
 }
 
 HttpRequest spotifyAlbum(const QString& id) {
-    return request(hosts().spotifyAPI + QStringLiteral("/v1/albums/") + pathPiece(id));
+    return request(host(WebService::SpotifyAPI) + QStringLiteral("/v1/albums/") + pathPiece(id));
 }
 
 HttpRequest spotifyTrack(const QString& id) {
-    return request(hosts().spotifyAPI + QStringLiteral("/v1/tracks/") + pathPiece(id) + u'?' + market());
+    return request(host(WebService::SpotifyAPI) + QStringLiteral("/v1/tracks/") + pathPiece(id) + u'?' +
+                   market());
 }
 
 HttpRequest iTunesAlbumsOfArtist(const QString& artistName) {
-    return request(hosts().iTunesSearch + QStringLiteral("/search?entity=album&attribute=artistTerm&term=") +
+    return request(host(WebService::iTunesSearch) +
+                   QStringLiteral("/search?entity=album&attribute=artistTerm&term=") +
                    encodeString(artistName) + QStringLiteral("&limit=100"));
 }
 
 HttpRequest lastFMAlbumInfo(const QString& artistName, const QString& albumName) {
-    return request(hosts().lastFMAPI + QStringLiteral("/2.0/?format=json&method=album.getInfo&artist=") +
+    return request(host(WebService::LastFMAPI) +
+                   QStringLiteral("/2.0/?format=json&method=album.getInfo&artist=") +
                    encodeString(artistName) + QStringLiteral("&album=") + encodeString(albumName) +
                    QStringLiteral("&api_key=") + QString::fromLatin1(kLastFMAPIKey));
 }

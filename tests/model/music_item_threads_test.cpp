@@ -5,6 +5,7 @@
 #include "model/service_hosts.h"
 #include "model/track.h"
 #include "support/fake_http.h"
+#include "support/fake_ports.h"
 #include "support/virtual_run_loop.h"
 
 #include <atomic>
@@ -33,12 +34,13 @@ TEST(MusicItemThreadTest, OneItemIsReadWrittenMergedAndFetchedAtOnce) {
     // needed.
     FakeHttp http;
     ItemLink link;
-    ServiceHosts hosts;
+    MemoryUserDefaults settings;
     Session session(std::make_unique<VirtualRunLoop>(), makeThreadPoolExecutor());
     session.installReference<HttpClient>(http);
     session.installReference<ItemLink>(link);
-    session.installReference<ServiceHosts>(hosts);
+    session.installReference<UserDefaults>(settings);
     const SessionScope scope(&session);
+    ServiceHosts::sharedController();
     const auto counter = std::make_shared<Counter>();
     const auto a = Track::make(ItemSourceType::None, {.name = u"a"_qs});
     const auto b = Track::make(ItemSourceType::None, {.name = u"A"_qs});

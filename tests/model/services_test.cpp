@@ -1,7 +1,6 @@
 #include "model/album.h"
 #include "model/artwork.h"
 #include "model/item_link.h"
-#include "model/service_hosts.h"
 #include "model/track.h"
 #include "support/fake_http.h"
 #include "support/fake_ports.h"
@@ -38,7 +37,7 @@ class ServicesTest : public testing::Test {
     ServicesTest() {
         test.session.installReference<HttpClient>(http);
         test.session.installReference<ItemLink>(link);
-        test.session.installReference<ServiceHosts>(hosts);
+        test.session.installReference<UserDefaults>(settings);
     }
 
     static std::shared_ptr<Track> song(const QString& name) {
@@ -70,7 +69,7 @@ class ServicesTest : public testing::Test {
 
     FakeHttp http;
     FakeItemLink link;
-    ServiceHosts hosts;
+    MemoryUserDefaults settings;
     TestSession test;
 };
 
@@ -207,17 +206,7 @@ TEST_F(ServicesTest, CopiesAndDictionariesOfAlbumsHaveWhatTheAlbumHas) {
     EXPECT_EQ(copy->albumToDictionary(true).value(u"tracks"_qs).toList().size(), 2);
 }
 
-TEST(ServiceHosts, AddressesAreCheckedAndCountriesComeFromTheLocale) {
-    MemoryUserDefaults settings;
-    settings.set(defaults::kSpotifyAPIHost, u"http://127.0.0.1:8123/"_qs);
-    settings.set(defaults::kLastFMAPIHost, u"mirror.example"_qs);
-    settings.set(defaults::kRdioHost, u"file:///etc"_qs);
-    settings.set(defaults::kITunesStoreHost, u"https://mirror.example/path"_qs);
-    const auto hosts = ServiceHosts::fromDefaults(settings);
-    EXPECT_EQ(hosts.spotifyAPI, u"http://127.0.0.1:8123"_qs);
-    EXPECT_EQ(hosts.lastFMAPI, ServiceHosts().lastFMAPI);
-    EXPECT_EQ(hosts.rdio, ServiceHosts().rdio);
-    EXPECT_EQ(hosts.iTunesStore, ServiceHosts().iTunesStore);
+TEST(ItemLink, CountriesComeFromTheLocale) {
     EXPECT_EQ(ItemLink::countryCodeOf(u"de_AT"_qs), u"AT"_qs);
     EXPECT_EQ(ItemLink::countryCodeOf(u"C"_qs), u"US"_qs);
 }

@@ -1,6 +1,5 @@
 #include "model/artwork.h"
 #include "model/item_link.h"
-#include "model/service_hosts.h"
 #include "search/art_search.h"
 #include "support/fake_http.h"
 #include "support/player_fixture.h"
@@ -15,7 +14,6 @@ class ArtSearchTest : public PlayerFixture {
     ArtSearchTest() {
         test.session.installReference<HttpClient>(http);
         test.session.installReference<ItemLink>(items);
-        test.session.installReference<ServiceHosts>(hosts);
         QBuffer buffer(&picture);
         QImage(8, 8, QImage::Format_RGB32).save(&buffer, "PNG");
         http.route(kStore,
@@ -31,7 +29,6 @@ class ArtSearchTest : public PlayerFixture {
         u"https://itunes.apple.com/search?entity=album&attribute=artistTerm&term=Artist&limit=100"_qs;
     FakeHttp http;
     ItemLink items;
-    ServiceHosts hosts;
     QByteArray picture;
     ArtSearch search;
 };
