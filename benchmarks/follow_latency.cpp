@@ -169,7 +169,6 @@ bool fill(testing_support::MpdServer& server) {
                                               .artists = {u"Artist"_qs},
                                               .albumArtist = {},
                                               .track = {},
-                                              .disc = {},
                                               .picture = {}};
         if (!writeMusicFile(file))
             return false;

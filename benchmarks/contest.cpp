@@ -1,0 +1,36 @@
+#include "contest.h"
+
+#include "figures.h"
+#include "support.h"
+
+#include <benchmark/benchmark.h>
+
+namespace merlode::bench {
+
+void Contest::against(const std::string& name, const std::string& goal, std::function<void()> work) {
+    others_.push_back({name, goal, std::move(work), {}});
+}
+
+double Contest::take(Way& way) {
+    const auto start = Clock::now();
+    way.work();
+    way.samples.push_back(secondsSince(start));
+    return way.samples.back();
+}
+
+void Contest::run(const std::string& figure) {
+    for (auto _ : state_) {
+        state_.SetIterationTime(take(ours_));
+        for (auto& other : others_)
+            take(other);
+    }
+    const double ours = quantile(ours_.samples, 0.5) * 1e3;
+    state_.counters["median_ms"] = ours;
+    for (const auto& other : others_) {
+        const double reference = quantile(other.samples, 0.5) * 1e3;
+        state_.counters["ratio_" + other.name] = ours / reference;
+        note({figure, "ms", ours, reference, other.name, other.goal});
+    }
+}
+
+} // namespace merlode::bench
