@@ -59,6 +59,13 @@ bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop) {
     return make && make(&folder, &stop);
 }
 
+std::optional<QByteArray> embeddedPicture(const QByteArray& path) {
+    static const auto read = find<bool(const QByteArray*, QByteArray*)>(QStringLiteral("merlode-tags"),
+                                                                        "merlodeReadEmbeddedPicture");
+    QByteArray picture;
+    return read && read(&path, &picture) ? std::optional(picture) : std::nullopt;
+}
+
 } // namespace modules
 
 std::optional<QByteArray> LazyHttpClient::get(const QString& url, double timeoutSeconds, qint64 mostBytes) {
