@@ -62,6 +62,13 @@ bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop) {
     return make && make(&folder, &stop);
 }
 
+std::optional<QByteArray> embeddedPicture(const QByteArray& path) {
+    static const auto read = find<bool(const QByteArray*, QByteArray*)>(QStringLiteral("merlode-tags"),
+                                                                        "merlodeReadEmbeddedPicture");
+    QByteArray picture;
+    return read && read(&path, &picture) ? std::optional(picture) : std::nullopt;
+}
+
 } // namespace modules
 
 HttpClient* LazyHttpClient::client() {

@@ -33,6 +33,9 @@ std::unique_ptr<Alerts> makeAlerts(RunLoop& loop);
 bool makeDemoAlbum(const QString& folder, int index);
 bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop);
 
+/// The picture that a music file carries. Blocks: for dispatch queues.
+std::optional<QByteArray> embeddedPicture(const QByteArray& path);
+
 } // namespace modules
 
 /// Web requests through a client that is loaded with the first of them. Any thread.

@@ -1,5 +1,6 @@
 #include "app/mpris_service.h"
 
+#include "app/status.h"
 #include "model/track.h"
 #include "players/player_controller.h"
 
@@ -68,7 +69,8 @@ QVariantMap MprisPlayerAdaptor::metadata() const {
     data.insert(QStringLiteral("xesam:artist"), QStringList{track->artistName()});
     data.insert(QStringLiteral("xesam:album"), track->albumName());
     const auto& player = controller().activePlayer();
-    if (const auto duration = player ? player->trackDuration() : std::nullopt)
+    const bool tellsDuration = player && !showsTrackBeforeAdvertisement(controller());
+    if (const auto duration = tellsDuration ? player->trackDuration() : std::nullopt)
         data.insert(QStringLiteral("mpris:length"), *duration * kMicroseconds);
     return data;
 }

@@ -1,6 +1,7 @@
 #include "app/role_assignment.h"
 
 #include "app/local_role.h"
+#include "app/modules.h"
 #include "base/control_interface.h"
 #include "base/runtime_folder.h"
 #include "platform/http_client.h"
@@ -99,6 +100,7 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeMpris(const QString& name) co
     program.desktopIds = desktopIdsOf(name);
     program.player.http = &session_.port<HttpClient>();
     program.player.artQueue = &session_.queue(kArtQueue);
+    program.player.embeddedPicture = modules::embeddedPicture;
     program.player.playlistFolder = runtimeFolder() + QStringLiteral("/merlode");
     return std::make_unique<MprisProgram>(bus_, session_.runLoop(), std::move(program));
 }

@@ -5,6 +5,7 @@
 #include "model/track.h"
 #include "platform/linux/player_roles.h"
 #include "platform/user_defaults.h"
+#include "players/local_players.h"
 #include "players/player_controller.h"
 
 namespace merlode {
@@ -68,6 +69,12 @@ DefaultsKey<bool> enabledKey(PlayerRole role) {
 
 } // namespace
 
+bool showsTrackBeforeAdvertisement(const PlayerController& controller) {
+    const auto& player = controller.activePlayer();
+    return player && player->type == MusicPlayerType::Spotify &&
+           static_cast<SpotifyPlayer&>(*player).playsAdvertisement();
+}
+
 QVariantMap currentStatus(const PlayerController& controller, const PlayerRoles& roles) {
     const auto& player = controller.activePlayer();
     if (!player)
@@ -80,8 +87,9 @@ QVariantMap currentStatus(const PlayerController& controller, const PlayerRoles&
         status.insert(text(control::status::kProgram), program->description());
     if (controller.currentTrack())
         addTrack(status, *controller.currentTrack());
-    const auto duration = player->trackDuration();
-    const auto position = player->playerPosition();
+    const bool advertisement = showsTrackBeforeAdvertisement(controller);
+    const auto duration = advertisement ? std::nullopt : player->trackDuration();
+    const auto position = advertisement ? std::nullopt : player->playerPosition();
     if (position)
         status.insert(text(control::status::kPosition), *position);
     if (duration)

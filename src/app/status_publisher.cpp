@@ -14,8 +14,9 @@ QVariantMap withoutPosition(QVariantMap status) {
     return status;
 }
 
-double positionIn(const QVariantMap& status) {
-    return status.value(QString::fromLatin1(control::status::kPosition)).toDouble();
+std::optional<double> positionIn(const QVariantMap& status) {
+    const auto found = status.constFind(QString::fromLatin1(control::status::kPosition));
+    return found == status.constEnd() ? std::nullopt : std::optional(found->toDouble());
 }
 
 bool plays(const QVariantMap& status) {
@@ -57,8 +58,12 @@ void StatusPublisher::publishStatus() {
 }
 
 bool StatusPublisher::positionJumped(const QVariantMap& status) const {
+    const auto before = positionIn(*published_);
+    const auto now = positionIn(status);
+    if (!before || !now)
+        return before.has_value() != now.has_value();
     const double ran = plays(*published_) ? session_.runLoop().uptime() - publishedAt_ : 0;
-    return std::abs(positionIn(*published_) + ran - positionIn(status)) > kPositionJump;
+    return std::abs(*before + ran - *now) > kPositionJump;
 }
 
 } // namespace merlode

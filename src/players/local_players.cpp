@@ -104,6 +104,10 @@ void SpotifyPlayer::playAlbum(const Album& album) {
         app.playURI(*key);
 }
 
+std::optional<Image> SpotifyPlayer::getAlbumArt() {
+    return playsAdvertisement() ? std::nullopt : app.albumArt();
+}
+
 bool SpotifyPlayer::playsAdvertisement() const {
     const auto url = spotifyUrl();
     return url && url->startsWith(u"spotify:ad");

@@ -69,6 +69,8 @@ class SpotifyPlayer final : public ScriptedMusicPlayer<SpotifyApp> {
     void setPlayerPosition(int seconds) override { app.setPlayerPosition(seconds); }
     void toggleRepeating(bool repeating) override { app.setRepeating(repeating); }
     void toggleShuffling(bool shuffling) override { app.setShuffling(shuffling); }
+    /// None while an advertisement plays: the track before it stays on show, and the picture is not its.
+    std::optional<Image> getAlbumArt() override;
     /// Without a Spotify key nothing happens.
     void playTrack(const Track& track) override;
     void playAlbum(const Album& album) override;

@@ -2,6 +2,7 @@
 #include "app/local_role.h"
 #include "app/status.h"
 #include "app/status_publisher.h"
+#include "model/artwork.h"
 #include "platform/linux/player_roles.h"
 #include "support/fake_player_program.h"
 #include "support/player_fixture.h"
@@ -57,6 +58,7 @@ TEST_F(StatusPublisherTest, OneIntakeIsToldOnceAndTheSameStatusNotAgain) {
 }
 
 TEST_F(StatusPublisherTest, APositionCountsOnlyWhenItJumps) {
+    constexpr int kNone = -1;
     struct Row {
         double seconds; ///< that pass
         int position;   ///< that the player tells then
@@ -74,9 +76,14 @@ TEST_F(StatusPublisherTest, APositionCountsOnlyWhenItJumps) {
         {60, 90, true, "paused"},
         {600, 90, true},
         {600, 690, false},
+        {600, kNone, true},
+        {600, kNone, false},
+        {0, 0, true},
     };
     for (const auto& row : rows) {
         status[u"position"_qs] = row.position;
+        if (row.position == kNone)
+            status.remove(u"position"_qs);
         status[u"state"_qs] = QString::fromUtf8(row.state);
         test.loop.advance(row.seconds);
         post();
@@ -213,6 +220,22 @@ TEST_F(CurrentStatusTest, APlayingPlayerIsToldWithAllThatItKnows) {
     announce(notifications::kITunesPlayerInfo);
     expected = {{u"state"_qs, u"paused"_qs}, {u"player"_qs, u"iTunes"_qs}, {u"title"_qs, u"Stream"_qs}};
     EXPECT_EQ(current(), text(expected));
+}
+
+TEST_F(CurrentStatusTest, AnAdvertisementLeavesTheTrackBeforeItOnShow) {
+    auto& client = desktop.start(spotify);
+    client.playing(u"Kite"_qs);
+    current();
+    client.playing(u"Buy this"_qs);
+    client.track->id = u"spotify:ad:1"_qs;
+    client.art = sSharedAlbumArtworkImage();
+    announce(notifications::kSpotifyPlaybackStateChanged);
+    const QVariantMap expected{{u"state"_qs, u"playing"_qs}, {u"player"_qs, u"Spotify"_qs},
+                               {u"title"_qs, u"Kite"_qs},    {u"artist"_qs, u"Artist"_qs},
+                               {u"album"_qs, u"Album"_qs},   {u"volume"_qs, 50},
+                               {u"muted"_qs, false}};
+    EXPECT_EQ(current(), text(expected));
+    EXPECT_FALSE(controller().activePlayer()->getAlbumArt());
 }
 
 } // namespace

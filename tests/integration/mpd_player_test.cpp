@@ -174,6 +174,12 @@ TEST_F(MpdPlayerTest, EachSongHasItsOwnRatingAndPicture) {
     server_.ask("next");
     EXPECT_TRUE(pumpUntil([&] { return nameOf(player) == kOddTitle; }));
     EXPECT_FALSE(player.albumArt().has_value());
+
+    const QTemporaryDir elsewhere;
+    const QString song = elsewhere.filePath(u"outside.flac"_qs);
+    ASSERT_TRUE(writeMusicFile({.path = song, .picture = noisePicture(32)}));
+    player.playKey(song);
+    EXPECT_TRUE(pumpUntil([&] { return widthOf(player.albumArt()) == 32; })) << "from outside the library";
 }
 
 TEST_F(MpdPlayerTest, StaysAliveWhileTheServerHangs) {

@@ -1,5 +1,8 @@
+#include "base/dispatch_queue.h"
+#include "base/executor.h"
 #include "base/qt_run_loop.h"
 #include "platform/linux/mpris_program.h"
+#include "platform/linux/taglib_pictures.h"
 #include "support/music_files.h"
 #include "support/private_bus.h"
 
@@ -36,9 +39,12 @@ class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
             GTEST_SKIP() << GetParam().suffix << " is not installed";
         ASSERT_FALSE(bus_.address().isEmpty());
         ASSERT_TRUE(testing_support::writeMusicFile(
-            {song(), u"Silence"_qs, u"Record"_qs, {u"Band"_qs}, QString(), u"1"_qs, {}}));
+            {song(), u"Silence"_qs, u"Record"_qs, {u"Band"_qs}, QString(), u"1"_qs, picture_}));
+        MprisPlayerOptions options;
+        options.artQueue = &artQueue_;
+        options.embeddedPicture = embeddedPicture;
         program_ = std::make_unique<MprisProgram>(
-            bus_.connect(), loop_, MprisProgramOptions{QString::fromLatin1(GetParam().suffix), {}, {}});
+            bus_.connect(), loop_, MprisProgramOptions{QString::fromLatin1(GetParam().suffix), {}, options});
         program_->start({.changed = [this] { ++changes_; },
                          .launched = [this] { ++launches_; },
                          .quit = [this] { ++quits_; }});
@@ -95,6 +101,9 @@ class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
     PrivateBus bus_;
     QTemporaryDir home_;
     QtRunLoop loop_;
+    std::unique_ptr<Executor> executor_ = makeThreadPoolExecutor();
+    DispatchQueue artQueue_{u"art"_qs, *executor_, nullptr};
+    const QByteArray picture_ = testing_support::noisePicture(20);
     QProcess process_;
     std::unique_ptr<MprisProgram> program_;
     int changes_ = 0;
@@ -114,6 +123,8 @@ TEST_P(RealMprisPlayerTest, PlaysPausesAndDies) {
     EXPECT_EQ(track->artist, u"Band"_qs);
     EXPECT_NEAR(track->duration.value_or(0), 60, 1);
     EXPECT_TRUE(player()->capabilities().canPause);
+    EXPECT_TRUE(waitUntil([this] { return player()->albumArt().has_value(); }, kPatience))
+        << "whether the player names it or not";
 
     // strawberry overlooks what comes before it really plays, which is later than it says and, without
     // loudspeakers on a busy machine, sometimes never: it is told until it heeds.

@@ -60,7 +60,9 @@ void MpdArt::setSong(const std::optional<MpdSong>& song) {
         bytes_.clear();
     }
     load_.reset();
-    if (!song || !song->isInLibrary())
+    // A stream has none, and to look for it the server would open the stream. Files from outside its music
+    // folder have theirs, though a server behind a network may keep them to itself.
+    if (!song || song->uri.contains("://"))
         return;
     load_ = std::make_shared<Load>();
     load_->uri = uri;

@@ -1,11 +1,10 @@
 #include "platform/linux/mpris_art.h"
 
 #include "base/dispatch_queue.h"
+#include "base/regular_file.h"
 #include "platform/http_client.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QUrl>
+#include <QRegularExpression>
 
 namespace merlode {
 
@@ -16,25 +15,30 @@ Q_LOGGING_CATEGORY(lcArt, "merlode.platform", QtWarningMsg)
 constexpr double kArtTimeoutSeconds = 10;
 constexpr int kUrlInLog = 120;
 
-std::optional<QByteArray> regularFile(const QString& path) {
-    // A pipe or a device would block for ever or never end.
-    const QFileInfo info(path);
-    if (!info.isFile() || info.size() > Image::kMostBytes)
-        return std::nullopt;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    return file.read(Image::kMostBytes);
+bool isLocal(QStringView address) {
+    return address.startsWith(u"file:", Qt::CaseInsensitive) || address.startsWith(u'/');
+}
+
+// The file system's paths that an address may mean, the likeliest first. Some players paste a path behind the
+// scheme as it is, '%', '#' and '?' included; and a name need not be UTF-8, which percent signs can tell.
+QByteArrayList localPaths(const QString& address) {
+    static const QRegularExpression form(u"^(?:file:(?://(?:localhost)?)?)?(?=/)"_qs,
+                                         QRegularExpression::CaseInsensitiveOption);
+    const auto match = form.match(address);
+    if (!match.hasMatch())
+        return {};
+    const QByteArray written = address.mid(match.capturedEnd()).toUtf8();
+    const QByteArray decoded = QByteArray::fromPercentEncoding(written);
+    const bool isPath = match.capturedEnd() == 0;
+    return isPath ? QByteArrayList{written, decoded} : QByteArrayList{decoded, written};
 }
 
 std::optional<QByteArray> localFile(const QString& url) {
-    const QUrl parsed(url, QUrl::TolerantMode);
-    if (!parsed.host().isEmpty() && parsed.host() != u"localhost")
-        return std::nullopt;
-    if (auto bytes = regularFile(parsed.path(QUrl::FullyDecoded)))
-        return bytes;
-    // A path pasted behind the scheme as it is, '%', '#' and '?' included.
-    return regularFile(url.mid(static_cast<int>(qstrlen("file://"))));
+    for (const auto& path : localPaths(url)) {
+        if (auto bytes = readRegularFile(path, Image::kMostBytes))
+            return bytes;
+    }
+    return std::nullopt;
 }
 
 std::optional<QByteArray> inlineData(const QString& url) {
@@ -51,10 +55,8 @@ std::optional<QByteArray> inlineData(const QString& url) {
 } // namespace
 
 std::optional<QByteArray> fetchArt(const QString& url, HttpClient* http) {
-    if (url.startsWith(u"file://", Qt::CaseInsensitive))
+    if (isLocal(url))
         return localFile(url);
-    if (url.startsWith(u'/'))
-        return regularFile(url);
     if (url.startsWith(u"data:"))
         return inlineData(url);
     if (!http || !(url.startsWith(u"http://") || url.startsWith(u"https://")))
@@ -63,26 +65,45 @@ std::optional<QByteArray> fetchArt(const QString& url, HttpClient* http) {
         {.url = url, .timeoutSeconds = kArtTimeoutSeconds, .mostBytes = HttpRequest::kMostPictureBytes});
 }
 
-MprisArt::MprisArt(RunLoop& runLoop, HttpClient* http, DispatchQueue* queue)
-    : runLoop_(runLoop), http_(http), queue_(queue) {}
+std::optional<Image> fetchArt(const MprisArtSource& source, HttpClient* http, const PictureReader& embedded) {
+    if (!source.art.isEmpty()) {
+        const auto bytes = fetchArt(source.art, http);
+        if (auto image = bytes ? Image::decode(*bytes) : std::nullopt)
+            return image;
+        qCInfo(lcArt) << "no picture at" << source.art.left(kUrlInLog);
+    }
+    for (const auto& path : localPaths(source.track)) {
+        if (auto image = artOfMusicFile(path, embedded))
+            return image;
+    }
+    return std::nullopt;
+}
+
+MprisArt::MprisArt(RunLoop& runLoop, HttpClient* http, DispatchQueue* queue, PictureReader embedded)
+    : runLoop_(runLoop), http_(http), queue_(queue), embedded_(std::move(embedded)) {}
 
 MprisArt::~MprisArt() {
     ++state_->ticket;
 }
 
-void MprisArt::want(const QString& url) {
+void MprisArt::want(const MprisArtSource& source) {
     state_->image.reset();
-    const quint64 ticket = ++state_->ticket;
-    if (url.isEmpty() || !queue_)
+    ++state_->ticket;
+    announcement_.invalidate();
+    if (!queue_)
         return;
-    queue_->async([url, ticket, http = http_, &runLoop = runLoop_, state = state_] {
+    if (!source.art.isEmpty())
+        fetch(source);
+    else if (isLocal(source.track))
+        announcement_ = runLoop_.after(kArtAnnouncement, [this, source] { fetch(source); });
+}
+
+void MprisArt::fetch(const MprisArtSource& source) {
+    const quint64 ticket = state_->ticket;
+    queue_->async([source, ticket, http = http_, embedded = embedded_, &loop = runLoop_, state = state_] {
         if (state->ticket != ticket)
             return;
-        const auto bytes = fetchArt(url, http);
-        auto image = bytes ? Image::decode(*bytes) : std::nullopt;
-        if (!image)
-            qCInfo(lcArt) << "no picture at" << url.left(kUrlInLog);
-        runLoop.async([state, ticket, image = std::move(image)] {
+        loop.async([state, ticket, image = fetchArt(source, http, embedded)] {
             if (state->ticket == ticket)
                 state->image = image;
         });

@@ -64,22 +64,28 @@ bool saysNoTrack(const QString& trackId) {
     return trackId.endsWith(u"/TrackList/NoTrack");
 }
 
-std::optional<QString> spotifyAdvertisement(const QString& text) {
-    static const QRegularExpression form(u"(?:/ad/|^spotify:ad:)([^?#]*)"_qs);
-    const auto match = form.match(text);
-    if (!match.hasMatch())
-        return std::nullopt;
-    return u"spotify:ad:"_qs + match.captured(1);
+// An advertisement often tells no names. It has to pass for a track all the same: one that is not known at
+// all would take the track before it off the show.
+void fillIn(ScriptedTrack& track) {
+    for (auto* text : {&track.name, &track.album, &track.artist})
+        *text = text->value_or(QString());
 }
 
+bool isAdvertisement(const std::optional<QString>& identity) {
+    return identity && identity->startsWith(u"spotify:ad:");
+}
+
+// What a track id or an address of Spotify names, as its service writes it. Only from the beginning: "/ad/"
+// can stand in the ids of any other player, and "ad" be the title of a local file.
 std::optional<QString> spotifyItem(const QString& text) {
     static const QRegularExpression form(
         u"^(?:spotify:|/com/spotify/|https?://open\\.spotify\\.com/(?:intl-[A-Za-z-]+/)?)"
-        "(track|episode)[:/]([A-Za-z0-9]+)(?:[?#].*)?$"_qs);
+        "(?:(track|episode)[:/]([A-Za-z0-9]+)|(ad)[:/]([^?#]*))(?:[?#].*)?$"_qs);
     const auto match = form.match(text);
     if (!match.hasMatch())
         return std::nullopt;
-    return u"spotify:%1:%2"_qs.arg(match.captured(1), match.captured(2));
+    return u"spotify:%1:%2"_qs.arg(match.captured(1) + match.captured(3),
+                                   match.captured(2) + match.captured(4));
 }
 
 } // namespace
@@ -154,16 +160,19 @@ std::optional<ScriptedTrack> trackFrom(const QVariantMap& metadata) {
         track.duration.reset();
     track.number = trackNumber(metadata.value(u"xesam:trackNumber"_qs));
     completeFileTrack(track, track.url.value_or(QString()));
+    if (isAdvertisement(track.id))
+        fillIn(track);
     return track == ScriptedTrack() ? std::nullopt : std::optional(track);
 }
 
 std::optional<QString> identityOf(const QString& trackId, const QString& url) {
-    if (auto advertisement = spotifyAdvertisement(trackId))
-        return advertisement;
-    for (const auto& text : {trackId, url}) {
-        if (auto item = spotifyItem(text))
-            return item;
-    }
+    const auto byId = spotifyItem(trackId);
+    const auto byAddress = spotifyItem(url);
+    // The one may name the advertisement, the other what it is for.
+    if (isAdvertisement(byAddress) || (byAddress && !byId))
+        return byAddress;
+    if (byId)
+        return byId;
     if (!url.isEmpty())
         return url;
     return trackId.isEmpty() || saysNoTrack(trackId) ? std::nullopt : std::optional(trackId);

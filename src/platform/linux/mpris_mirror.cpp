@@ -44,7 +44,7 @@ MprisChange MprisMirror::change(double uptime, Apply apply) {
     const auto oldTrack = track_;
     const auto oldState = state_;
     const auto oldCapabilities = capabilities();
-    const auto oldArt = std::pair(artUrl_, album());
+    const auto oldArt = artKey();
     // The stretch up to now went by under the old state and rate.
     anchor_ = position(uptime);
     anchorTime_ = uptime;
@@ -54,12 +54,27 @@ MprisChange MprisMirror::change(double uptime, Apply apply) {
     change.track = track_ != oldTrack;
     change.state = state_ != oldState;
     change.capabilities = capabilities() != oldCapabilities;
-    change.art = std::pair(artUrl_, album()) != oldArt;
+    change.art = artKey() != oldArt;
     if (anchor_ && (change.track || (change.state && state_ == kPlayerStateStopped)))
         anchor_ = 0;
     if (change.track || change.state)
         lastRead_.reset();
     return change;
+}
+
+MprisArtSource MprisMirror::artSource() const {
+    return {artUrl_, track_ ? track_->url.value_or(QString()) : QString()};
+}
+
+// Equal for two tracks that one picture may stand for. Where the player names none it comes from the file:
+// songs of one album in one folder share theirs.
+QStringList MprisMirror::artKey() const {
+    const QString album = track_ ? track_->album.value_or(QString()) : QString();
+    const auto source = artSource();
+    if (!source.art.isEmpty())
+        return {source.art, album};
+    return {QString(), album,
+            album.isEmpty() ? source.track : source.track.left(source.track.lastIndexOf(u'/'))};
 }
 
 MprisChange MprisMirror::replace(const QVariantMap& properties, double uptime) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/mpris_art.h"
 #include "platform/scripted_player.h"
 
 #include <QString>
@@ -16,7 +17,7 @@ struct MprisChange {
     bool state = false;
     bool jump = false; ///< the position is more than `MprisMirror::kJumpSeconds` from where it was expected
     bool capabilities = false;
-    bool art = false;   ///< the address of the art, or the album that it belongs to
+    bool art = false;   ///< where the art is found, or the album that it belongs to
     bool moved = false; ///< something in the news can have moved the position
 
     /// True where the player's owner has to hear of it.
@@ -54,7 +55,7 @@ class MprisMirror {
     PlayerCapabilities capabilities() const;
     /// True where the player would begin again after the last track, or repeat one.
     bool repeats() const { return repeats_; }
-    const QString& artUrl() const { return artUrl_; }
+    MprisArtSource artSource() const;
     /// The object path by which the player knows its track; empty where it gave none.
     const QString& trackPath() const { return trackPath_; }
 
@@ -71,7 +72,7 @@ class MprisMirror {
 
     template<class Apply>
     MprisChange change(double uptime, Apply apply);
-    QString album() const { return track_ && track_->album ? *track_->album : QString(); }
+    QStringList artKey() const;
 
     bool known_ = false;
     std::uint32_t state_ = 0;

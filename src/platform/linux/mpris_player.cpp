@@ -52,7 +52,7 @@ MprisPlayer::MprisPlayer(const QDBusConnection& connection, const QString& owner
                       events_.changed();
                       refresh();
                   }}),
-      art_(runLoop, options_.http, options_.artQueue) {}
+      art_(runLoop, options_.http, options_.artQueue, options_.embeddedPicture) {}
 
 void MprisPlayer::begin() {
     subscribe();
@@ -77,7 +77,7 @@ void MprisPlayer::settle(double seconds) {
         return;
     answered_ = true;
     if (mirror_.replace(mpris::mapFrom(answer->arguments().constFirst()), runLoop_.uptime()).art)
-        art_.want(mirror_.artUrl());
+        art_.want(mirror_.artSource());
 }
 
 void MprisPlayer::retire() {
@@ -302,7 +302,7 @@ void MprisPlayer::askPosition() {
 
 void MprisPlayer::takeIn(const MprisChange& change) {
     if (change.art)
-        art_.want(mirror_.artUrl());
+        art_.want(mirror_.artSource());
     if (change.matters())
         events_.changed();
     if (!change.moved)

@@ -20,6 +20,8 @@ struct MprisPlayerOptions {
     HttpClient* http = nullptr;
     /// Where art is fetched and decoded; null means no art at all.
     DispatchQueue* artQueue = nullptr;
+    /// For art in the files that are played; empty leaves that out.
+    PictureReader embeddedPicture;
     /// Where playlists are written for the player to open; made when missing.
     QString playlistFolder;
     /// The files of a library that match, in playing order, as absolute paths. May be empty: MPRIS players
