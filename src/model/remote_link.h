@@ -30,6 +30,10 @@ class RemoteLink {
     /// there is none or the connection has gone.
     virtual void sendMessageToHost(RemoteAction action, const QVariantMap& payload) = 0;
 
+    /// Has the client with this address show an alert. Nothing happens when it has gone.
+    virtual void broadcastAlertToClient(const QString& title, const QString& message,
+                                        const QString& address) = 0;
+
     /// Sends the action to one client, or to all where none is named. Nothing happens without clients, or
     /// when the named one has gone.
     virtual void broadcastMessage(RemoteAction action, const QVariantMap& payload,
@@ -50,6 +54,7 @@ class NullRemoteLink final : public RemoteLink {
     bool hasClients() const override { return false; }
     void connectToSelf() override {}
     void sendMessageToHost(RemoteAction, const QVariantMap&) override {}
+    void broadcastAlertToClient(const QString&, const QString&, const QString&) override {}
     void broadcastMessage(RemoteAction, const QVariantMap&, std::optional<ClientId>) override {}
 };
 

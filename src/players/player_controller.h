@@ -34,6 +34,7 @@ class SpotifyPlayer;
 class Track;
 class UserDefaults;
 class Workspace;
+struct PandoraItem;
 
 namespace remotestate {
 struct Position;
@@ -121,6 +122,39 @@ class PlayerController {
     /// The last step of playing an item: hands it to the active player and remembers who asked.
     void playTrack(const Track& track, const std::optional<QString>& clientName);
     void playAlbum(const Album& album, const std::optional<QString>& clientName);
+
+    // Playing an item on the service that suits best, or on a chosen one. `remoteAddress` and `clientName`
+    // are of the client that asked, if one did: it then gets the messages that the user would see.
+
+    /// Chooses the active player's service if it has the item, else one whose application runs, else one that
+    /// the user has enabled. Without any the user is told, or with `remote` nobody. On a client the host does
+    /// all this.
+    void findAndPlayTrack(const std::shared_ptr<Track>& track, bool remote = false,
+                          const std::optional<QString>& clientName = std::nullopt);
+    void findAndPlayAlbum(const std::shared_ptr<Album>& album, bool remote = false,
+                          const std::optional<QString>& clientName = std::nullopt);
+    /// Play the item if the service has it, once the application is up: one that does not run is started.
+    void playiTunesTrack(const std::shared_ptr<Track>& track, const std::optional<QString>& remoteAddress,
+                         const std::optional<QString>& clientName);
+    void playSpotifyTrack(const std::shared_ptr<Track>& track, const std::optional<QString>& remoteAddress,
+                          const std::optional<QString>& clientName);
+    void playRdioTrack(const std::shared_ptr<Track>& track, const std::optional<QString>& remoteAddress,
+                       const std::optional<QString>& clientName);
+    void playiTunesAlbum(const std::shared_ptr<Album>& album, const std::optional<QString>& remoteAddress,
+                         const std::optional<QString>& clientName);
+    void playSpotifyAlbum(const std::shared_ptr<Album>& album, const std::optional<QString>& remoteAddress,
+                          const std::optional<QString>& clientName);
+    void playRdioAlbum(const std::shared_ptr<Album>& album, const std::optional<QString>& remoteAddress,
+                       const std::optional<QString>& clientName);
+    void playPandoraItem(const PandoraItem& item, const std::optional<QString>& remoteAddress,
+                         const std::optional<QString>& clientName);
+    void playPandoraStation(const PandoraItem& station, const std::optional<QString>& remoteAddress,
+                            const std::optional<QString>& clientName);
+    /// Starts the service's application, keeps the item until it is up and tells of it; an application that
+    /// is not installed is only told of. A newer request takes the place of one that waits.
+    void openPlayerAndPlayMusicItem(MusicItemSourceType source, const std::shared_ptr<MusicItem>& item,
+                                    const std::optional<QString>& remoteAddress,
+                                    const std::optional<QString>& clientName);
 
     // The position, kept by a local clock and corrected by the player now and then.
 
@@ -216,6 +250,16 @@ class PlayerController {
     void stateChanged(Intake source, const Notification& notification);
     std::shared_ptr<MusicPlayer> adapterOf(MusicPlayerType type);
     void applyPendingItem(const std::shared_ptr<MusicPlayer>& player);
+    /// The service on which `findAndPlay...` plays; nothing where none can.
+    std::optional<MusicPlayerType> serviceToPlay(const MusicItem& item);
+    void playOn(MusicPlayerType type, const std::shared_ptr<MusicItem>& item,
+                const std::optional<QString>& remoteAddress, const std::optional<QString>& clientName);
+    void playWith(const std::shared_ptr<MusicPlayer>& player, const MusicItem& item,
+                  const std::optional<QString>& clientName);
+    std::shared_ptr<PandoraPlayer> readyPandoraPlayer(const std::optional<QString>& remoteAddress,
+                                                      const std::optional<QString>& clientName);
+    void startPandoraPolling();
+    void showAlert(const QString& title, const QString& message, const std::optional<QString>& remoteAddress);
     bool activeIs(MusicPlayerType type) const;
 
     bool adoptPlayingPlayer();

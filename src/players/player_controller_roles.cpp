@@ -203,7 +203,7 @@ void PlayerController::becameActive(MusicPlayer& player) {
     if (player.type != MusicPlayerType::Remote)
         lastActivePlayerType = player.type;
     if (player.type == MusicPlayerType::Pandora)
-        pandoraTimer_ = session_.runLoop().every(kPandoraPollInterval, [this] { checkPandoraState(); });
+        startPandoraPolling();
     else
         clearPandora();
 }
@@ -286,15 +286,7 @@ void PlayerController::launchedApp(const Notification& notification) {
 
 void PlayerController::applyPendingItem(const std::shared_ptr<MusicPlayer>& player) {
     const auto pending = *std::exchange(pendingMusicItemAndPlayer, std::nullopt);
-    switchToPlayer(player);
-    const QString source = rawValue(player->type);
-    if (const auto album = std::dynamic_pointer_cast<Album>(pending.item)) {
-        reports_.reportAlbumPlay(*album, source, pending.clientName);
-        playAlbum(*album, pending.clientName);
-    } else if (const auto track = std::dynamic_pointer_cast<Track>(pending.item)) {
-        reports_.reportTrackPlay(*track, source, pending.clientName);
-        playTrack(*track, pending.clientName);
-    }
+    playWith(player, *pending.item, pending.clientName);
 }
 
 } // namespace merlode

@@ -12,6 +12,11 @@
 
 namespace merlode {
 
+void PlayerController::startPandoraPolling() {
+    if (!timersKilled_)
+        pandoraTimer_ = session_.runLoop().every(kPandoraPollInterval, [this] { checkPandoraState(); });
+}
+
 void PlayerController::checkPandoraState() {
     if (activePlayer() && activePlayer()->getPlayState() != currentPlayState())
         updatePlayState(false);

@@ -66,6 +66,7 @@ class FakeDesktop final : public Workspace, public ScriptedPlayers {
     };
 
     /// By name: "iTunes", "Spotify", "Rdio".
+    QStringList launched;
     std::map<QString, Application> applications{{u"iTunes"_qs, {}}, {u"Spotify"_qs, {}}, {u"Rdio"_qs, {}}};
 
     /// Starts an application and gives its player.
@@ -83,7 +84,10 @@ class FakeDesktop final : public Workspace, public ScriptedPlayers {
         const auto& application = find(identifier);
         return std::vector<RunningApplication>(application.process ? 1 : 0, {application.process});
     }
-    bool launchApplication(const QString&) override { return true; }
+    bool launchApplication(const QString& name) override {
+        launched << name;
+        return true;
+    }
     std::shared_ptr<ScriptedPlayer> player(const QString& identifier, std::int32_t process) override {
         const auto& application = find(identifier);
         return application.process == process ? application.player : nullptr;

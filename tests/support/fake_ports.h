@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/pandora_item.h"
 #include "model/remote_link.h"
 #include "model/track.h"
 #include "platform/alerts.h"
@@ -53,6 +54,7 @@ class RecordingRemoteLink final : public RemoteLink {
     };
     std::vector<Sent> log;                    ///< to the clients, in order
     std::map<RemoteAction, QVariantMap> last; ///< payload of the last message of each action
+    QList<QStringList> alerts;                ///< title, text and address of those shown to clients
     bool isConnecting = false;
     int connectedToSelf = 0;
 
@@ -62,6 +64,10 @@ class RecordingRemoteLink final : public RemoteLink {
     void connectToSelf() override { ++connectedToSelf; }
     void sendMessageToHost(RemoteAction action, const QVariantMap& payload) override {
         last[action] = payload;
+    }
+    void broadcastAlertToClient(const QString& title, const QString& message,
+                                const QString& address) override {
+        alerts << QStringList{title, message, address};
     }
     void broadcastMessage(RemoteAction action, const QVariantMap& payload,
                           std::optional<ClientId> client) override {
@@ -109,6 +115,9 @@ class FakePandoraPlayer final : public PandoraPlayer {
     std::uint32_t getPlayState() override { return state; }
     bool isPlaying() override { return state == kPlayStatePlaying; }
     int getSoundVolume() override { return volume; }
+    QStringList played;
+    void playItem(const PandoraItem& item) override { played << u"item "_qs + item.name; }
+    void playStation(const PandoraItem& item) override { played << u"station "_qs + item.name; }
     void thumbsUp() override { thumb = 2; }
     void thumbsDown() override { thumb = 1; }
     int thumbType() override { return thumb; }
