@@ -65,6 +65,7 @@ QString configFolder() {
 // Destroyed from the last to the first, so that the session outlives all that observes it.
 struct Application::Parts {
     QDBusConnection bus = QDBusConnection::sessionBus();
+    std::shared_ptr<void> demoServices;
     Session session{std::make_unique<QtRunLoop>(), makeThreadPoolExecutor()};
     SessionScope scope{&session};
     PlayerRoles* roles = nullptr;
@@ -113,8 +114,9 @@ void Application::launch() {
 
 void Application::findPlayers() {
     if (options_.demo)
-        configureDemo(parts_->session.port<UserDefaults>(), options_.demoFolder);
-    ServiceHosts::sharedController(); // reads the settings, before background work wants to know
+        configureDemo(parts_->session.port<UserDefaults>(), options_.demoFolder,
+                      modules::startDemoServices(parts_->demoServices));
+    ServiceHosts::sharedController(); // reads the settings, which other threads may not
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QString runtime =
         options_.demo ? options_.demoFolder : runtimeFolder() + QStringLiteral("/merlode");

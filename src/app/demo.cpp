@@ -3,6 +3,7 @@
 #include "app/demo/demo_catalogue.h"
 #include "app/modules.h"
 #include "model/album.h"
+#include "model/service_hosts.h"
 #include "platform/user_defaults.h"
 #include "players/player_controller.h"
 
@@ -18,6 +19,9 @@ Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
 
 constexpr double kRetrySeconds = 0.1;
 constexpr int kMostAttempts = 300;
+
+// Port 9 takes what it is sent and never answers, and is closed everywhere.
+const QString kNobodysAddress = QStringLiteral("http://127.0.0.1:9");
 
 QString musicFolderOf(const QString& home) {
     return home + QStringLiteral("/Music");
@@ -41,9 +45,10 @@ std::optional<QString> makeDemoHome() {
     return home.path();
 }
 
-void configureDemo(UserDefaults& userDefaults, const QString& demoFolder) {
+void configureDemo(UserDefaults& userDefaults, const QString& demoFolder, const QString& servicesAddress) {
     userDefaults.set(defaults::kLocalPlayerKind, QStringLiteral("private"));
     userDefaults.set(defaults::kMusicFolder, musicFolderOf(demoFolder));
+    ServiceHosts::setAll(userDefaults, servicesAddress.isEmpty() ? kNobodysAddress : servicesAddress);
 }
 
 Demo::Demo(Session& session, const QString& demoFolder, std::function<void()> launchPlayer)

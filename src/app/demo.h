@@ -19,8 +19,9 @@ class UserDefaults;
 /// before Qt starts. The folder's path, or nothing where it cannot be made.
 std::optional<QString> makeDemoHome();
 
-/// Settings of the demo: an mpd of its own on the generated library, and no other player.
-void configureDemo(UserDefaults& userDefaults, const QString& demoFolder);
+/// Settings of the demo: an mpd of its own on the generated library, no other player, and for every web
+/// service the address of its own services. Where there is none, nobody is asked at all.
+void configureDemo(UserDefaults& userDefaults, const QString& demoFolder, const QString& servicesAddress);
 
 /// Makes the demo's music in the background, the first album first, and has it played as soon as it is there.
 /// Main thread.

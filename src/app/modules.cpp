@@ -69,6 +69,14 @@ std::optional<QByteArray> embeddedPicture(const QByteArray& path) {
     return read && read(&path, &picture) ? std::optional(picture) : std::nullopt;
 }
 
+QString startDemoServices(std::shared_ptr<void>& keep) {
+    QString address;
+    if (const auto start = find<void(std::shared_ptr<void>*, QString*)>(QStringLiteral("merlode-demo"),
+                                                                        "merlodeStartDemoServices"))
+        start(&keep, &address);
+    return address;
+}
+
 } // namespace modules
 
 HttpClient* LazyHttpClient::client() {

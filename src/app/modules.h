@@ -36,6 +36,10 @@ bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop);
 /// The picture that a music file carries. Blocks: for dispatch queues.
 std::optional<QByteArray> embeddedPicture(const QByteArray& path);
 
+/// Web services that live as long as what `keep` holds, in place of the public ones; see `DemoServices`.
+/// Their base address, empty where they cannot be started.
+QString startDemoServices(std::shared_ptr<void>& keep);
+
 } // namespace modules
 
 /// Web requests through a client that is loaded with the first of them. Any thread.

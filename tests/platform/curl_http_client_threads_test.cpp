@@ -7,34 +7,43 @@
 #include <gtest/gtest.h>
 
 namespace merlode {
-namespace {
 
-TEST(CurlHttpClientThreadTest, RequestsAreSentCancelledAndLeftBehindAtOnce) {
-    constexpr int kRounds = 8; // fewer requests than the server has connections
-    WebServer server([](const WebRequest& request) {
-        return WebAnswer{.body = "body", .latency = request.path == u"/slow" ? 60.0 : 0.0};
+TEST(CurlHttpClientThreadTest, RequestsAreAnsweredCancelledAndLeftBehindAtOnce) {
+    constexpr std::size_t kThreads = 4, kRounds = 6; // fewer requests than the server has connections
+    std::vector<HttpCancellation> cancellations(kThreads * kRounds);
+    const WebServer server([&](const WebRequest& request) {
+        bool isNumber = false;
+        if (const auto number = request.path.mid(1).toULong(&isNumber); isNumber)
+            cancellations[number].cancel();
+        return WebAnswer{.body = "body", .latency = request.path == u"/" ? 0.0 : 1000.0};
     });
-    Session session(std::make_unique<VirtualRunLoop>(), makeThreadPoolExecutor());
+    auto loop = std::make_unique<VirtualRunLoop>();
+    auto& mainQueue = *loop;
+    Session session(std::move(loop), makeThreadPoolExecutor());
     auto client = std::make_unique<CurlHttpClient>(session);
-    std::atomic<int> answered = 0;
+    const HttpRequest quick{.url = server.address() + u"/"_qs};
+    const HttpRequest slow{.url = server.address() + u"/slow"_qs, .timeoutSeconds = 1000};
     std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < kRounds; ++round) {
-                client->sendAsync({.url = server.address()}, [](auto&&) {});
-                client->sendAsync({.url = server.address() + u"/slow"_qs}, [](auto&&) { FAIL(); });
-                answered += client->send({.url = server.address()}).has_value();
-                HttpCancellation cancellation;
-                const std::jthread canceller([cancellation]() mutable { cancellation.cancel(); });
-                EXPECT_FALSE(client->send({.url = server.address() + u"/slow"_qs}, cancellation));
+    for (std::size_t thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (std::size_t round = thread * kRounds; round < (thread + 1) * kRounds; ++round) {
+                for (const auto& request : {quick, slow})
+                    client->sendAsync(request, [](auto&&) { FAIL() << "after the client has gone"; });
+                EXPECT_EQ(client->send(quick), QByteArray("body"));
+                auto cancelled = slow;
+                cancelled.url = quick.url + QString::number(round);
+                EXPECT_FALSE(client->send(cancelled, cancellations[round]));
             }
         });
     }
     threads.clear(); // waits for them
-    EXPECT_EQ(answered, 4 * kRounds);
     client.reset();
-    static_cast<VirtualRunLoop&>(session.runLoop()).runUntilIdle();
-}
+    mainQueue.runUntilIdle();
+    session.install<HttpClient>(std::make_unique<CurlHttpClient>(session));
+    const int connections = server.connections();
+    session.queue(u"left"_qs).async([&] { EXPECT_FALSE(session.port<HttpClient>().send(slow)); });
+    while (server.connections() == connections)
+        std::this_thread::yield();
+} // where the session ends, and waits for its queue
 
-} // namespace
 } // namespace merlode

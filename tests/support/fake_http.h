@@ -34,31 +34,25 @@ class FakeHttp final : public HttpClient {
     using HttpClient::send;
     /// Answers at once.
     Reply send(const HttpRequest& request, const HttpCancellation& cancellation) override {
-        const auto answer = take(request);
-        return cancellation.isCancelled() ? std::nullopt : replyOf(answer, request);
+        return cancellation.isCancelled() ? std::nullopt : take(request).first;
     }
 
     /// What is answered is settled by the call and delivered through the loop of the current session.
     void sendAsync(HttpRequest request, std::function<void(Reply)> done) override {
-        const auto answer = take(request);
         auto& loop = Session::current().runLoop();
-        auto deliver = [done = std::move(done), reply = replyOf(answer, request)] { done(reply); };
-        if (answer.latency <= 0)
-            return loop.async(std::move(deliver));
-        loop.async([&loop, latency = answer.latency, deliver] { loop.asyncAfter(latency, deliver); });
+        loop.async([&loop, done, taken = take(request)] {
+            loop.asyncAfter(taken.second, [done, reply = taken.first] { done(reply); });
+        });
     }
 
   private:
-    Answer take(const HttpRequest& request) {
+    /// The reply, and seconds until it.
+    std::pair<Reply, double> take(const HttpRequest& request) {
         const std::lock_guard lock(mutex_);
         requests_.push_back(request);
-        const auto found = routes_.find(request.url);
-        return found == routes_.end() ? Answer{.status = 0} : found->second;
-    }
-
-    static Reply replyOf(const Answer& answer, const HttpRequest& request) {
+        const auto& answer = routes_.try_emplace(request.url, Answer{.status = 0}).first->second;
         const bool wanted = answer.status / 100 == 2 && answer.body.size() <= request.mostBytes;
-        return wanted ? Reply(answer.body) : std::nullopt;
+        return {wanted ? Reply(answer.body) : std::nullopt, answer.latency};
     }
 
     mutable std::mutex mutex_;

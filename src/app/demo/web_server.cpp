@@ -121,6 +121,7 @@ struct WebServerCallbacks {
 WebServer::WebServer(Handler handler)
     : handler_(std::move(handler)), daemon_(WebServerCallbacks::start(this)) {
     const auto* info = daemon_ ? MHD_get_daemon_info(daemon_, MHD_DAEMON_INFO_BIND_PORT) : nullptr;
+    const std::lock_guard lock(mutex_); // somebody may have found the port already
     if (info)
         address_ = QStringLiteral("http://127.0.0.1:%1").arg(info->port);
 }
@@ -133,6 +134,11 @@ WebServer::~WebServer() {
     ending_.notify_all();
     if (daemon_)
         MHD_stop_daemon(daemon_);
+}
+
+QString WebServer::address() const {
+    const std::lock_guard lock(mutex_);
+    return address_;
 }
 
 bool WebServer::pause(double seconds) {

@@ -23,7 +23,7 @@ namespace merlode {
 struct WebRequest {
     QByteArray method;
     QString path;                           ///< decoded, without the query
-    QMap<QString, QString> fields{};        ///< of the query and of a body that is a form; the last of a name
+    QMap<QString, QString> fields{};        ///< of the query and of the body, read as a form
     QMap<QByteArray, QByteArray> headers{}; ///< names in lower case
     QByteArray body{};
 };
@@ -57,7 +57,7 @@ class WebServer {
     WebServer& operator=(const WebServer&) = delete;
 
     /// "http://127.0.0.1:PORT"; empty where no server could be started.
-    QString address() const { return address_; }
+    QString address() const;
 
     /// Connections that were opened so far. Any thread.
     int connections() const { return connections_; }
@@ -72,7 +72,7 @@ class WebServer {
 
     Handler handler_;
     std::atomic<int> connections_ = 0;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::condition_variable ending_;
     bool ends_ = false;
     MHD_Daemon* daemon_ = nullptr;
