@@ -16,7 +16,7 @@ Q_LOGGING_CATEGORY(log, "merlode.model", QtWarningMsg)
 
 struct Host {
     DefaultsKey<QString> key;
-    const char* address;
+    const char* address = "";
 };
 
 // In the order of WebService. "Defaults.plist" says the same, for whoever looks for the settings there; these

@@ -28,7 +28,9 @@ struct HttpRequest {
     qint64 mostBytes = kMostTextBytes;       ///< of the body, decompressed
     Method method = Method::Get;
     QByteArray body{}; ///< sent with Post, as a form unless a Content-Type header says otherwise
-    std::vector<std::pair<QByteArray, QByteArray>> headers{}; ///< name and value, beyond the client's own
+    /// Name and value, beyond the client's own. A "Content-Length" is left to the client; a request with a
+    /// line break in a header fails at once.
+    std::vector<std::pair<QByteArray, QByteArray>> headers{};
 };
 
 /// Stops a blocking request from another thread. A copy is a handle on the same switch, which is thrown once
@@ -46,15 +48,16 @@ class HttpCancellation {
 };
 
 /// Web requests. A reply is the body of an answer with a status from 200 to 299. Everything else is nothing:
-/// another status, a malformed address, a failed or late transfer, a body larger than wanted.
+/// another status, a malformed address, a failed or late transfer, a body larger than wanted, a host that
+/// asked to be left alone for a while.
 class HttpClient {
   public:
     using Reply = std::optional<QByteArray>;
 
     virtual ~HttpClient() = default;
 
-    /// Sends the request and waits for the reply; nothing soon after it was cancelled. Belongs on a dispatch
-    /// queue and never on the main thread.
+    /// Sends the request and waits for the reply; nothing soon after it was cancelled or the session began to
+    /// end. Belongs on a dispatch queue and never on the main thread.
     virtual Reply send(const HttpRequest& request, const HttpCancellation& cancellation) = 0;
     Reply send(const HttpRequest& request) { return send(request, {}); }
 

@@ -150,15 +150,16 @@ bool WebServer::answer(WebRequest& request, MHD_Connection* connection) {
     MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, addQueryField, &request);
     MHD_get_connection_values(connection, MHD_HEADER_KIND, addHeader, &request);
     addFormFields(request);
-    auto* outgoing = new Outgoing{*this, handler_(request)};
+    std::unique_ptr<Outgoing> outgoing(new Outgoing{*this, handler_(request)});
     const auto& answer = outgoing->answer;
-    if (!pause(answer.latency)) {
-        delete outgoing;
+    if (!pause(answer.latency))
         return false;
-    }
     auto* response = MHD_create_response_from_callback(static_cast<std::uint64_t>(answer.body.size()),
-                                                       kPieceBytes, &WebServerCallbacks::readBody, outgoing,
-                                                       &WebServerCallbacks::freeBody);
+                                                       kPieceBytes, &WebServerCallbacks::readBody,
+                                                       outgoing.get(), &WebServerCallbacks::freeBody);
+    if (!response)
+        return false;
+    (void)outgoing.release(); // lives as long as the response
     MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, answer.type.constData());
     for (const auto& [name, value] : answer.headers)
         MHD_add_response_header(response, name.constData(), value.constData());

@@ -75,8 +75,8 @@ class WebServer {
     mutable std::mutex mutex_;
     std::condition_variable ending_;
     bool ends_ = false;
-    MHD_Daemon* daemon_ = nullptr;
     QString address_;
+    MHD_Daemon* daemon_ = nullptr; // last: its threads use the others
 };
 
 } // namespace merlode

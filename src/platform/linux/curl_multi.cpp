@@ -19,7 +19,7 @@ CURLM* makeMulti() {
 
 CurlMulti::CurlMulti() : multi_(makeMulti()), thread_([this] { run(); }) {}
 
-void CurlMulti::start(const std::shared_ptr<CurlTransfer>& transfer, Ended ended) {
+void CurlMulti::start(const std::shared_ptr<CurlTransfer>& transfer, const Ended& ended) {
     if (!post({transfer, ended}))
         ended(CURLE_ABORTED_BY_CALLBACK);
 }

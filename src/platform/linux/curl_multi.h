@@ -25,7 +25,7 @@ class CurlMulti {
     CurlMulti& operator=(const CurlMulti&) = delete;
 
     /// Begins a transfer and returns at once. Nobody else uses the transfer until `ended` is called.
-    void start(const std::shared_ptr<CurlTransfer>& transfer, Ended ended);
+    void start(const std::shared_ptr<CurlTransfer>& transfer, const Ended& ended);
 
     /// Ends a transfer soon, with CURLE_ABORTED_BY_CALLBACK; one that has ended already is left alone.
     void cancel(const std::shared_ptr<CurlTransfer>& transfer);
