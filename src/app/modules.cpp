@@ -88,9 +88,19 @@ HttpClient* LazyHttpClient::client() {
     return client_.get();
 }
 
-HttpClient::Reply LazyHttpClient::send(const HttpRequest& request, const HttpCancellation& cancellation) {
+HttpClient::Reply LazyHttpClient::send(const HttpRequest& request, const HttpCancellation& cancellation,
+                                       QString* failure) {
+    if (auto* loaded = client())
+        return loaded->send(request, cancellation, failure);
+    if (failure)
+        *failure = QStringLiteral("the part of the program that asks it is missing");
+    return std::nullopt;
+}
+
+std::vector<HttpClient::Reply> LazyHttpClient::sendAll(const std::vector<HttpRequest>& requests,
+                                                       const HttpCancellation& cancellation) {
     auto* loaded = client();
-    return loaded ? loaded->send(request, cancellation) : std::nullopt;
+    return loaded ? loaded->sendAll(requests, cancellation) : std::vector<Reply>(requests.size());
 }
 
 void LazyHttpClient::sendAsync(HttpRequest request, std::function<void(Reply)> done) {

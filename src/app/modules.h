@@ -49,7 +49,9 @@ class LazyHttpClient final : public HttpClient {
     explicit LazyHttpClient(Session& session) : session_(session) {}
 
     using HttpClient::send;
-    Reply send(const HttpRequest& request, const HttpCancellation& cancellation) override;
+    Reply send(const HttpRequest& request, const HttpCancellation& cancellation, QString* failure) override;
+    std::vector<Reply> sendAll(const std::vector<HttpRequest>& requests,
+                               const HttpCancellation& cancellation) override;
     void sendAsync(HttpRequest request, std::function<void(Reply)> done) override;
 
   private:

@@ -4,6 +4,7 @@
 #include "model/item_link.h"
 #include "model/service_hosts.h"
 #include "model/text.h"
+#include "model/track.h"
 
 #include <QUrl>
 
@@ -61,13 +62,34 @@ QString spotifyID(const QString& uri) {
     return uri.section(u':', -1).section(u'/', -1).section(u'?', 0, 0);
 }
 
-std::optional<JSON> fetchJSON(const HttpRequest& request) {
-    const auto body = Session::current().port<HttpClient>().send(request);
+HttpRequest spotifySearchOfAllKinds(const QString& text, int limit) {
+    return request(host(WebService::SpotifyAPI) + QStringLiteral("/v1/search?q=") + encodeString(text) +
+                   QStringLiteral("&type=album,artist,track&limit=%1&").arg(limit) + market());
+}
+
+std::optional<JSON> fetchJSON(const HttpRequest& request, const HttpCancellation& cancellation,
+                              QString* failure) {
+    const auto body = Session::current().port<HttpClient>().send(request, cancellation, failure);
     if (!body)
         return std::nullopt;
     JSONError error;
     JSON json(*body, JSONReadingOptions::AllowFragments, &error);
-    return error.code == 0 ? std::optional(std::move(json)) : std::nullopt;
+    if (error.code == 0)
+        return json;
+    if (failure)
+        *failure = QStringLiteral("its answer cannot be read");
+    return std::nullopt;
+}
+
+std::shared_ptr<Track> trackOfSpotify(const JSON& item) {
+    return Track::SpotifyTrack({.id = item[u"id"].stringValue(),
+                                .name = item[u"name"].stringValue(),
+                                .albumName = item[u"album"][u"name"].stringValue(),
+                                .artistName = item[u"artists"][0][u"name"].stringValue(),
+                                .duration = item[u"duration_ms"].intValue(),
+                                .isExplicit = item[u"explicit"].boolValue(),
+                                .trackNumber = item[u"track_number"].intValue()},
+                               item[u"uri"].stringValue());
 }
 
 JSON iTunesAlbumIn(const JSON& reply, const QString& albumName, const QString& artistName) {

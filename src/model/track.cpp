@@ -10,22 +10,6 @@
 
 namespace merlode {
 
-namespace {
-
-// The song of one entry of Spotify's answer.
-std::shared_ptr<Track> trackOfSpotify(const JSON& item) {
-    return Track::SpotifyTrack({.id = item[u"id"].stringValue(),
-                                .name = item[u"name"].stringValue(),
-                                .albumName = item[u"album"][u"name"].stringValue(),
-                                .artistName = item[u"artists"][0][u"name"].stringValue(),
-                                .duration = item[u"duration_ms"].intValue(),
-                                .isExplicit = item[u"explicit"].boolValue(),
-                                .trackNumber = item[u"track_number"].intValue()},
-                               item[u"uri"].stringValue());
-}
-
-} // namespace
-
 Track::Track(ItemSourceType sourceType, const Details& details)
     : MusicItem(sourceType, details.id, details.name),
       identity_({details.name, details.artistName, details.albumName}),
@@ -117,7 +101,7 @@ void Track::getSpotifyPlayKey() {
     if (!reply)
         return;
     for (const auto& [place, item] : (*reply)[u"tracks"][u"items"]) {
-        const auto found = trackOfSpotify(item);
+        const auto found = catalogue::trackOfSpotify(item);
         if (!(*found == *this))
             continue;
         return Session::current().runLoop().async([weak = weak_from_this(), found] {

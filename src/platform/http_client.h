@@ -57,9 +57,25 @@ class HttpClient {
     virtual ~HttpClient() = default;
 
     /// Sends the request and waits for the reply; nothing soon after it was cancelled or the session began to
-    /// end. Belongs on a dispatch queue and never on the main thread.
-    virtual Reply send(const HttpRequest& request, const HttpCancellation& cancellation) = 0;
-    Reply send(const HttpRequest& request) { return send(request, {}); }
+    /// end. `failure`, where given, is set to the reason in words for people when there is no reply. Belongs
+    /// on a dispatch queue and never on the main thread.
+    virtual Reply send(const HttpRequest& request, const HttpCancellation& cancellation,
+                       QString* failure) = 0;
+    Reply send(const HttpRequest& request, const HttpCancellation& cancellation) {
+        return send(request, cancellation, nullptr);
+    }
+    Reply send(const HttpRequest& request) { return send(request, {}, nullptr); }
+
+    /// Sends all requests and waits for all replies, which are given in the order of the requests. A client
+    /// that can has several under way at a time. After a cancellation the missing replies are nothing. Where
+    /// to call it: as `send`.
+    virtual std::vector<Reply> sendAll(const std::vector<HttpRequest>& requests,
+                                       const HttpCancellation& cancellation) {
+        std::vector<Reply> replies;
+        for (const auto& request : requests)
+            replies.push_back(cancellation.isCancelled() ? std::nullopt : send(request, cancellation));
+        return replies;
+    }
 
     /// Sends the request and returns at once; `done` is called on the main queue of the session, exactly once
     /// unless the session ends before. Any thread.

@@ -33,7 +33,9 @@ class FakeHttp final : public HttpClient {
 
     using HttpClient::send;
     /// Answers at once.
-    Reply send(const HttpRequest& request, const HttpCancellation& cancellation) override {
+    Reply send(const HttpRequest& request, const HttpCancellation& cancellation, QString* failure) override {
+        if (failure)
+            *failure = u"it did not answer"_qs;
         return cancellation.isCancelled() ? std::nullopt : take(request).first;
     }
 

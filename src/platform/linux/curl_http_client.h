@@ -21,17 +21,31 @@ class Session;
 /// up. A reply that has not been delivered when this object goes never is. Any thread.
 class CurlHttpClient final : public HttpClient {
   public:
+    static constexpr std::size_t kSideBySide = 6;
+
     /// The session must outlive this object.
     explicit CurlHttpClient(Session& session);
     ~CurlHttpClient() override;
 
     using HttpClient::send;
-    Reply send(const HttpRequest& request, const HttpCancellation& cancellation) override;
+    Reply send(const HttpRequest& request, const HttpCancellation& cancellation, QString* failure) override;
+    /// At most `kSideBySide` at a time: as many as browsers send to one host.
+    std::vector<Reply> sendAll(const std::vector<HttpRequest>& requests,
+                               const HttpCancellation& cancellation) override;
     void sendAsync(HttpRequest request, std::function<void(Reply)> done) override;
 
   private:
-    std::shared_ptr<CurlTransfer> prepare(const HttpRequest& request);
-    Reply settle(CurlTransfer& transfer, CURLcode code);
+    struct Batch;
+
+    /// A reply, or why there is none.
+    struct Outcome {
+        Reply reply;
+        QString failure;
+    };
+
+    std::shared_ptr<CurlTransfer> prepare(const HttpRequest& request, QString* failure = nullptr);
+    Outcome settle(CurlTransfer& transfer, CURLcode code);
+    void startNext(const std::shared_ptr<Batch>& batch, const HttpRequest& request);
 
     RunLoop& loop_;
     HostPauses pauses_;
