@@ -99,7 +99,7 @@ TEST_F(CurlHttpClientTest, AnswersAreFollowedUnpackedAndWholeOrNotThere) {
         {{.body = half, .duration = 60}, {}}}; // outlasts its time
     for (std::size_t row = 0; row < rows.size(); ++row) {
         const QString url = serve(u"/row"_qs, rows[row].first);
-        EXPECT_EQ(http.send({.url = url, .timeoutSeconds = 1, .mostBytes = 60'000}), rows[row].second) << row;
+        EXPECT_EQ(http.send({.url = url, .timeoutSeconds = 2, .mostBytes = 60'000}), rows[row].second) << row;
         EXPECT_TRUE(row > 3 || server.connections() == 1) << "requests to one host share a connection";
     }
     const QString closed = WebServer({}).address();
