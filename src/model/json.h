@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/value_error.h"
+
 #include <QByteArray>
 #include <QMap>
 #include <QString>
@@ -35,14 +37,8 @@ inline constexpr int ErrorIndexOutOfBounds = 900;
 inline constexpr int ErrorWrongType = 901;
 inline constexpr int ErrorUnsupportedType = 999;
 
-/// Why a value is null or unknown, or why a text could not be read (domain "simdjson", the parser's codes).
-struct JSONError {
-    QString domain;
-    int code = 0;
-    QString localizedDescription;
-
-    bool operator==(const JSONError&) const = default;
-};
+/// Of a text that could not be read, the domain is "simdjson" and the code the parser's.
+using JSONError = ValueError;
 
 enum class JSONReadingOptions {
     None = 0,
