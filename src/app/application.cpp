@@ -2,6 +2,7 @@
 
 #include "app/app_delegate.h"
 #include "app/app_links.h"
+#include "app/art_file.h"
 #include "app/control_service.h"
 #include "app/demo.h"
 #include "app/doctor.h"
@@ -51,6 +52,14 @@ class Controllers final : public ControllersLink {
     std::function<void()> findPlayers_;
 };
 
+// For sockets and other files of this run; empty where no folder can be trusted.
+QString privateRuntimeFolder(const ApplicationOptions& options) {
+    const QString runtime = runtimeFolder();
+    if (options.demo || runtime.isEmpty())
+        return options.demoFolder;
+    return runtime + QStringLiteral("/merlode");
+}
+
 } // namespace
 
 QString resourceFolder() {
@@ -73,6 +82,7 @@ struct Application::Parts {
     std::unique_ptr<RoleAssignment> assignment;
     std::unique_ptr<AppDelegate> delegate;
     std::unique_ptr<SleepMonitor> sleepMonitor;
+    std::unique_ptr<ArtFile> artFile;
     std::unique_ptr<StatusPublisher> publisher;
     std::unique_ptr<ControlService> control;
     std::unique_ptr<MprisService> mpris;
@@ -118,12 +128,10 @@ void Application::findPlayers() {
                       modules::startDemoServices(parts_->demoServices));
     ServiceHosts::sharedController(); // reads the settings, which other threads may not
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    const QString runtime =
-        options_.demo ? options_.demoFolder : runtimeFolder() + QStringLiteral("/merlode");
     parts_->assignment = std::make_unique<RoleAssignment>(
         parts_->session, *parts_->roles, parts_->bus,
         RoleAssignment::Options{options_.demo, data + QStringLiteral("/merlode/mpd"),
-                                runtime + QStringLiteral("/mpd")});
+                                privateRuntimeFolder(options_) + QStringLiteral("/mpd")});
     parts_->assignment->assignAll();
     parts_->roles->settle();
 }
@@ -164,8 +172,11 @@ void Application::serveBus() {
     const auto reopen = [&parts] { parts.delegate->applicationShouldHandleReopen(); };
     const auto quit = [this] { terminate(); };
     parts.sleepMonitor = std::make_unique<SleepMonitor>(QDBusConnection::systemBus(), parts.session);
-    parts.publisher = std::make_unique<StatusPublisher>(
-        parts.session, [&parts, &controller] { return currentStatus(controller, *parts.roles); });
+    parts.artFile = std::make_unique<ArtFile>(parts.session, privateRuntimeFolder(options_),
+                                              [&parts] { parts.publisher->schedule(); });
+    parts.publisher = std::make_unique<StatusPublisher>(parts.session, [&parts, &controller] {
+        return currentStatus(controller, *parts.roles, parts.artFile->path());
+    });
     const DoctorFacts facts{configFolder(), options_.resourceFolder,
                             musicFolder(parts.session.port<UserDefaults>())};
     ControlActions actions;
@@ -184,12 +195,17 @@ void Application::serveBus() {
                 loop.async([done, checks = doctorAnswer(runDoctor(facts))] { done(checks); });
             });
     };
+    actions.wantArt = [&parts](std::function<void()> done) {
+        parts.artFile->want();
+        parts.artFile->whenSettled(std::move(done));
+    };
     actions.reopen = reopen;
     actions.quit = quit;
     parts.control = std::make_unique<ControlService>(parts.session, *parts.publisher, std::move(actions));
     if (!parts.control->registerOn(parts.bus))
         qCWarning(log) << "the control interface cannot be offered:" << parts.bus.lastError().message();
-    parts.mpris = std::make_unique<MprisService>(parts.session, *parts.publisher, reopen, quit);
+    parts.mpris =
+        std::make_unique<MprisService>(parts.session, *parts.publisher, *parts.artFile, reopen, quit);
     if (!parts.mpris->registerOn(parts.bus))
         qCWarning(log) << "media keys will not work: the MPRIS name is taken";
 }

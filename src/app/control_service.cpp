@@ -84,13 +84,22 @@ void ControlService::command(std::function<Outcome(PlayerController&)> work) {
 }
 
 QVariantMap ControlService::Status() {
-    answer([this]() -> QVariant { return publisher_.status(); });
+    setDelayedReply(true);
+    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection()] {
+        if (!self)
+            return;
+        self->actions_.wantArt([self, call, bus] {
+            if (self)
+                bus.send(call.createReply(self->publisher_.status()));
+        });
+    });
     return {};
 }
 
 QDBusUnixFileDescriptor ControlService::Follow() {
     answer([this]() -> QVariant {
-        const auto readingEnd = followers_.add(jsonLine(publisher_.status()));
+        actions_.wantArt([] {}); // a change like any other
+        const auto readingEnd = followers_.add(jsonLine(publisher_.publishStatus()));
         if (!readingEnd.isValid())
             return QVariant::fromValue(
                 ControlError{QString::fromLatin1(control::kErrorNotSupported),

@@ -29,6 +29,8 @@ struct ControlActions {
     std::function<std::optional<ControlError>(const QString& role, const QString& program)> usePlayer;
     /// Runs the checks in the background and calls back on the main thread.
     std::function<void(std::function<void(QList<QVariantMap>)> done)> doctor;
+    /// Has the art written to a file and calls back when it is there, after a moment at most.
+    std::function<void(std::function<void()> done)> wantArt;
     std::function<void()> reopen;
     std::function<void()> quit;
 };

@@ -132,7 +132,7 @@ Check checkNotifications(const QDBusConnection& bus) {
         return {name, State::Warning, QStringLiteral("no service"),
                 QStringLiteral("on a desktop, install a notification service such as \"dunst\"")};
     if (!bus.interface()->isServiceRegistered(service).value())
-        return {name, State::Ok, QStringLiteral("a service is there; the first notification starts it"), {}};
+        return {name, State::Ok, QStringLiteral("one is installed that does not run yet"), {}};
     if (const auto server = notificationServer(bus, service))
         return {name, State::Ok, *server, {}};
     return {name, State::Warning, QStringLiteral("the service does not answer"),

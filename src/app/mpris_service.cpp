@@ -6,6 +6,7 @@
 
 #include <QDBusMessage>
 #include <QPointer>
+#include <QUrl>
 
 #include <cmath>
 
@@ -72,7 +73,14 @@ QVariantMap MprisPlayerAdaptor::metadata() const {
     const bool tellsDuration = player && !showsTrackBeforeAdvertisement(controller());
     if (const auto duration = tellsDuration ? player->trackDuration() : std::nullopt)
         data.insert(QStringLiteral("mpris:length"), *duration * kMicroseconds);
+    if (const QString path = service_.artFile().path(); !path.isEmpty())
+        data.insert(QStringLiteral("mpris:artUrl"), QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded));
     return data;
+}
+
+QVariantMap MprisPlayerAdaptor::askedMetadata() const {
+    service_.command([&artFile = service_.artFile()] { artFile.want(); });
+    return metadata();
 }
 
 double MprisPlayerAdaptor::volume() const {
@@ -176,9 +184,14 @@ void MprisPlayerAdaptor::SetPosition(const QDBusObjectPath& trackId, qlonglong p
     });
 }
 
-MprisService::MprisService(Session& session, StatusPublisher& publisher, std::function<void()> reopen,
-                           std::function<void()> quit)
-    : session_(session), reopen_(std::move(reopen)), quit_(std::move(quit)), root_(*this), player_(*this) {
+MprisService::MprisService(Session& session, StatusPublisher& publisher, ArtFile& artFile,
+                           std::function<void()> reopen, std::function<void()> quit)
+    : session_(session),
+      artFile_(artFile),
+      reopen_(std::move(reopen)),
+      quit_(std::move(quit)),
+      root_(*this),
+      player_(*this) {
     publisher.addBatchListener([this] { publish(); });
 }
 
@@ -197,9 +210,9 @@ void MprisService::command(std::function<void()> work) {
 }
 
 QVariantMap MprisService::properties() const {
-    QVariantMap map;
-    for (const char* name : {"PlaybackStatus", "Metadata", "Volume", "CanGoNext", "CanGoPrevious", "CanPlay",
-                             "CanPause", "CanSeek"})
+    QVariantMap map{{QStringLiteral("Metadata"), player_.metadata()}};
+    for (const char* name :
+         {"PlaybackStatus", "Volume", "CanGoNext", "CanGoPrevious", "CanPlay", "CanPause", "CanSeek"})
         map.insert(QString::fromLatin1(name), player_.property(name));
     return map;
 }

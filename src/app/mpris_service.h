@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/art_file.h"
 #include "app/status_publisher.h"
 
 #include <QDBusAbstractAdaptor>
@@ -50,7 +51,7 @@ class MprisPlayerAdaptor final : public QDBusAbstractAdaptor {
     Q_PROPERTY(double Rate READ rate)
     Q_PROPERTY(double MinimumRate READ rate)
     Q_PROPERTY(double MaximumRate READ rate)
-    Q_PROPERTY(QVariantMap Metadata READ metadata)
+    Q_PROPERTY(QVariantMap Metadata READ askedMetadata)
     Q_PROPERTY(double Volume READ volume WRITE setVolume)
     Q_PROPERTY(qlonglong Position READ position)
     Q_PROPERTY(bool CanGoNext READ canGoNext)
@@ -65,6 +66,8 @@ class MprisPlayerAdaptor final : public QDBusAbstractAdaptor {
     QString playbackStatus() const;
     double rate() const { return 1.0; }
     QVariantMap metadata() const;
+    /// As above for somebody on the bus, who may want to show the art.
+    QVariantMap askedMetadata() const;
     double volume() const;
     void setVolume(double volume);
     qlonglong position() const;
@@ -98,13 +101,14 @@ class MprisPlayerAdaptor final : public QDBusAbstractAdaptor {
 class MprisService final : public QObject {
     Q_OBJECT
   public:
-    MprisService(Session& session, StatusPublisher& publisher, std::function<void()> reopen,
+    MprisService(Session& session, StatusPublisher& publisher, ArtFile& artFile, std::function<void()> reopen,
                  std::function<void()> quit);
 
     /// Puts the object on the bus and takes the name. False when the name is taken.
     bool registerOn(QDBusConnection bus);
 
     Session& session() const { return session_; }
+    ArtFile& artFile() const { return artFile_; }
     /// Runs a command on the controller through the run loop.
     void command(std::function<void()> work);
     void reopen() { command(reopen_); }
@@ -115,6 +119,7 @@ class MprisService final : public QObject {
     QVariantMap properties() const;
 
     Session& session_;
+    ArtFile& artFile_;
     std::function<void()> reopen_;
     std::function<void()> quit_;
     MprisRootAdaptor root_;

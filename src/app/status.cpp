@@ -75,7 +75,8 @@ bool showsTrackBeforeAdvertisement(const PlayerController& controller) {
            static_cast<SpotifyPlayer&>(*player).playsAdvertisement();
 }
 
-QVariantMap currentStatus(const PlayerController& controller, const PlayerRoles& roles) {
+QVariantMap currentStatus(const PlayerController& controller, const PlayerRoles& roles,
+                          const QString& artFile) {
     const auto& player = controller.activePlayer();
     if (!player)
         return {{text(kState), QStringLiteral("none")}};
@@ -98,6 +99,8 @@ QVariantMap currentStatus(const PlayerController& controller, const PlayerRoles&
         status.insert(text(control::status::kVolume), player->getSoundVolume());
         status.insert(text(control::status::kMuted), controller.muted);
     }
+    if (!artFile.isEmpty())
+        status.insert(text(control::status::kArtFile), artFile);
     return status;
 }
 

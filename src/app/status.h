@@ -12,8 +12,9 @@ class PlayerRoles;
 bool showsTrackBeforeAdvertisement(const PlayerController& controller);
 
 /// What plays, under the keys of `control::status`. Read from the controller's mirror; the position, duration
-/// and volume from the active player. Main thread.
-QVariantMap currentStatus(const PlayerController& controller, const PlayerRoles& roles);
+/// and volume from the active player. `artFile` is empty where there is none. Main thread.
+QVariantMap currentStatus(const PlayerController& controller, const PlayerRoles& roles,
+                          const QString& artFile);
 
 /// The program behind a role and the players in none, as the control interface's `Players` answers.
 QList<QVariantMap> playersStatus(const PlayerController& controller, const PlayerRoles& roles,

@@ -47,14 +47,15 @@ void StatusPublisher::publish() {
         listener();
 }
 
-void StatusPublisher::publishStatus() {
-    const QVariantMap status = read_();
+QVariantMap StatusPublisher::publishStatus() {
+    QVariantMap status = read_();
     if (published_ && withoutPosition(*published_) == withoutPosition(status) && !positionJumped(status))
-        return;
+        return status;
     published_ = status;
     publishedAt_ = session_.runLoop().uptime();
     for (const auto& listener : listeners_)
         listener(status);
+    return status;
 }
 
 bool StatusPublisher::positionJumped(const QVariantMap& status) const {

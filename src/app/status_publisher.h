@@ -29,12 +29,17 @@ class StatusPublisher {
     /// the same.
     void addBatchListener(std::function<void()> listener) { batchListeners_.push_back(std::move(listener)); }
 
+    /// Something that `read` looks at has changed without a notification: told at the end of this pass.
+    void schedule();
+
     QVariantMap status() const { return read_(); }
 
+    /// The status of this moment for somebody who listens from now on. Who listens already is told first
+    /// where it is news: the next change is then one to all of them.
+    QVariantMap publishStatus();
+
   private:
-    void schedule();
     void publish();
-    void publishStatus();
     bool positionJumped(const QVariantMap& status) const;
 
     Session& session_;

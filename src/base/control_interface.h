@@ -7,7 +7,7 @@
 ///
 /// | method | takes | gives |
 /// |---|---|---|
-/// | Status | | a{sv}: the keys below |
+/// | Status | | a{sv}: the keys below; waits a moment for the file of new art |
 /// | Follow | | h: the reading end of a pipe; one JSON object a line, the status at once and after each change |
 /// | PlayPause, Play, Pause, Next, Previous | | |
 /// | Seek | d: seconds from the start of the track | |
@@ -48,6 +48,10 @@ inline constexpr char kPosition[] = "position"; ///< integer, seconds
 inline constexpr char kDuration[] = "duration"; ///< integer, seconds
 inline constexpr char kVolume[] = "volume";     ///< integer, 0 to 100
 inline constexpr char kMuted[] = "muted";       ///< boolean
+/// text: the path of a JPEG or PNG file with the art, for this user's eyes only. Other art has another name;
+/// the file is gone with the art and with the program. The first to ask has it made: until it is written, and
+/// where there is no art, the key is absent.
+inline constexpr char kArtFile[] = "artFile";
 } // namespace status
 
 /// Where a program that had to start its own session bus leaves the bus's address, below the runtime folder.

@@ -102,7 +102,8 @@ QString statusText(const QJsonObject& status) {
            line(QStringLiteral("Album"), text(status, control::status::kAlbum)) +
            line(QStringLiteral("Position"), positionText(status)) +
            line(QStringLiteral("Volume"), volumeText(status)) +
-           line(QStringLiteral("Player"), playerText(status));
+           line(QStringLiteral("Player"), playerText(status)) +
+           line(QStringLiteral("Art"), text(status, control::status::kArtFile));
 }
 
 QString statusLine(const QJsonObject& status) {

@@ -37,7 +37,7 @@ TEST(Words, ManualAndCompletionNameTheSame) {
 
     const auto* manual = "docs/man/merlodectl.1";
     EXPECT_EQ(found(manual, R"(^\.It Ic ([a-z-]+))"), wordNames);
-    EXPECT_EQ(found(manual, R"(^\.It Brq ([a-z]+))"), fieldNames);
+    EXPECT_EQ(found(manual, R"(^\.It Brq ([a-zA-Z]+))"), fieldNames);
     const auto* completion = "resources/completion/merlodectl";
     EXPECT_EQ(found(completion, R"rx(local words="([^"]*)")rx"), wordNames);
     EXPECT_EQ(found(completion, R"rx(local fields="([^"]*)")rx"), fieldNames);

@@ -174,7 +174,6 @@ TEST_F(MpdPlayerTest, EachSongHasItsOwnRatingAndPicture) {
     server_.ask("next");
     EXPECT_TRUE(pumpUntil([&] { return nameOf(player) == kOddTitle; }));
     EXPECT_FALSE(player.albumArt().has_value());
-
     const QTemporaryDir elsewhere;
     const QString song = elsewhere.filePath(u"outside.flac"_qs);
     ASSERT_TRUE(writeMusicFile({.path = song, .picture = noisePicture(32)}));

@@ -1,6 +1,5 @@
-#include "base/dispatch_queue.h"
-#include "base/executor.h"
 #include "base/qt_run_loop.h"
+#include "base/session.h"
 #include "platform/linux/mpris_program.h"
 #include "platform/linux/taglib_pictures.h"
 #include "support/music_files.h"
@@ -38,13 +37,11 @@ class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
         if (QStandardPaths::findExecutable(GetParam().command.constFirst()).isEmpty())
             GTEST_SKIP() << GetParam().suffix << " is not installed";
         ASSERT_FALSE(bus_.address().isEmpty());
+        const QByteArray cover = testing_support::noisePicture(20);
         ASSERT_TRUE(testing_support::writeMusicFile(
-            {song(), u"Silence"_qs, u"Record"_qs, {u"Band"_qs}, QString(), u"1"_qs, picture_}));
-        MprisPlayerOptions options;
-        options.artQueue = &artQueue_;
-        options.embeddedPicture = embeddedPicture;
+            {song(), u"Silence"_qs, u"Record"_qs, {u"Band"_qs}, QString(), u"1"_qs, cover}));
         program_ = std::make_unique<MprisProgram>(
-            bus_.connect(), loop_, MprisProgramOptions{QString::fromLatin1(GetParam().suffix), {}, options});
+            bus_.connect(), loop_, MprisProgramOptions{QString::fromLatin1(GetParam().suffix), {}, options_});
         program_->start({.changed = [this] { ++changes_; },
                          .launched = [this] { ++launches_; },
                          .quit = [this] { ++quits_; }});
@@ -100,10 +97,9 @@ class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
 
     PrivateBus bus_;
     QTemporaryDir home_;
-    QtRunLoop loop_;
-    std::unique_ptr<Executor> executor_ = makeThreadPoolExecutor();
-    DispatchQueue artQueue_{u"art"_qs, *executor_, nullptr};
-    const QByteArray picture_ = testing_support::noisePicture(20);
+    Session session_{std::make_unique<QtRunLoop>(), makeThreadPoolExecutor()};
+    RunLoop& loop_ = session_.runLoop();
+    const MprisPlayerOptions options_{nullptr, &session_.queue(u"art"_qs), embeddedPicture, {}, {}};
     QProcess process_;
     std::unique_ptr<MprisProgram> program_;
     int changes_ = 0;
@@ -123,8 +119,7 @@ TEST_P(RealMprisPlayerTest, PlaysPausesAndDies) {
     EXPECT_EQ(track->artist, u"Band"_qs);
     EXPECT_NEAR(track->duration.value_or(0), 60, 1);
     EXPECT_TRUE(player()->capabilities().canPause);
-    EXPECT_TRUE(waitUntil([this] { return player()->albumArt().has_value(); }, kPatience))
-        << "whether the player names it or not";
+    EXPECT_TRUE(waitUntil([this] { return player()->albumArt().has_value(); }, kPatience));
 
     // strawberry overlooks what comes before it really plays, which is later than it says and, without
     // loudspeakers on a busy machine, sometimes never: it is told until it heeds.

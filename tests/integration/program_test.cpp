@@ -176,6 +176,7 @@ TEST_F(ProgramTest, TheDemoPlaysItsFirstAlbumAndObeysEveryWord) {
     EXPECT_EQ(ctl("seek +4").code, 0);
     EXPECT_TRUE(becomes(u"position"_qs, 11)) << "paused, it stays where it was put";
     EXPECT_NE(ctl("volume 101").code, 0);
+    EXPECT_TRUE(waitUntil([this] { return status().contains(u"artFile"_qs); }, kPatience));
 
     const auto players = QJsonDocument::fromJson(ctl("players --json").out).array();
     ASSERT_GE(players.size(), 3);
@@ -276,6 +277,8 @@ TEST_F(ProgramTest, MediaKeysReachIt) {
         GTEST_SKIP() << "playerctl is not installed";
     const auto title = run(playerctl, {u"-p"_qs, u"merlode"_qs, u"metadata"_qs, u"title"_qs});
     EXPECT_EQ(QString::fromUtf8(title.out).trimmed(), demoCatalogue().front().tracks[0].title);
+    const QStringList artUrl{u"-p"_qs, u"merlode"_qs, u"metadata"_qs, u"mpris:artUrl"_qs};
+    EXPECT_TRUE(waitUntil([&] { return run(playerctl, artUrl).out.startsWith("file:///"); }, kPatience));
     EXPECT_EQ(run(playerctl, {u"-p"_qs, u"merlode"_qs, u"pause"_qs}).code, 0);
     EXPECT_TRUE(becomes(u"state"_qs, u"paused"_qs));
 }
