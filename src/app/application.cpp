@@ -128,10 +128,11 @@ void Application::findPlayers() {
                       modules::startDemoServices(parts_->demoServices));
     ServiceHosts::sharedController(); // reads the settings, which other threads may not
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString runtime = privateRuntimeFolder(options_);
     parts_->assignment = std::make_unique<RoleAssignment>(
         parts_->session, *parts_->roles, parts_->bus,
         RoleAssignment::Options{options_.demo, data + QStringLiteral("/merlode/mpd"),
-                                privateRuntimeFolder(options_) + QStringLiteral("/mpd")});
+                                runtime.isEmpty() ? runtime : runtime + QStringLiteral("/mpd")});
     parts_->assignment->assignAll();
     parts_->roles->settle();
 }
