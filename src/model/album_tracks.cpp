@@ -64,22 +64,6 @@ Tracks tracksOfSpotify(const JSON& reply, const QString& albumName, const QStrin
     return tracks;
 }
 
-// Gives `row` the keys and services of `track`.
-void takeServices(Track& row, const Track& track) {
-    if (track.isTrackType(ItemSourceType::iTunes)) {
-        row.setiTunesPlayKey(track.iTunesPlayKey());
-        row.insertSource(ItemSourceType::iTunes);
-    }
-    if (track.isTrackType(ItemSourceType::Spotify)) {
-        row.setSpotifyPlayKey(track.spotifyPlayKey());
-        row.insertSource(ItemSourceType::Spotify);
-    }
-    if (track.isTrackType(ItemSourceType::Rdio)) {
-        row.setRdioPlayKey(track.rdioPlayKey());
-        row.insertSource(ItemSourceType::Rdio);
-    }
-}
-
 } // namespace
 
 void Album::getiTunesPlayKey() {
@@ -169,14 +153,14 @@ bool Album::mergeIntoRow(const Track& track) const {
     const auto equal =
         std::ranges::find_if(rows, [&](const auto& row) { return ofNumber(row) && *row == track; });
     if (equal != rows.end()) {
-        takeServices(**equal, track);
+        (*equal)->takeServices(track);
         (*equal)->getPlayKeys();
         return true;
     }
     const auto sameNumber = std::ranges::find_if(rows, ofNumber);
     if (sameNumber == rows.end())
         return false;
-    takeServices(**sameNumber, track);
+    (*sameNumber)->takeServices(track);
     return true;
 }
 

@@ -115,6 +115,9 @@ class MusicItem : public std::enable_shared_from_this<MusicItem> {
     virtual void getSpotifyPlayKey() {}
     virtual void getRdioPlayKey() {}
 
+    /// Gives this item the services of `other`, and of each its key in place of any older one. Observers run.
+    void takeServices(const MusicItem& other);
+
     /// Gives both items the services of both, and for each service and the art's address the first item's
     /// value, or else the second's. Observers run for the sources and the address. Of two albums the tracks
     /// are merged too.

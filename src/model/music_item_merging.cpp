@@ -20,6 +20,22 @@ void share(std::optional<QString>& first, std::optional<QString>& second) {
 
 } // namespace
 
+void MusicItem::takeServices(const MusicItem& other) {
+    const ItemSourceType services = other.sourceType();
+    if (services.contains(ItemSourceType::iTunes)) {
+        setiTunesPlayKey(other.iTunesPlayKey());
+        insertSource(ItemSourceType::iTunes);
+    }
+    if (services.contains(ItemSourceType::Spotify)) {
+        setSpotifyPlayKey(other.spotifyPlayKey());
+        insertSource(ItemSourceType::Spotify);
+    }
+    if (services.contains(ItemSourceType::Rdio)) {
+        setRdioPlayKey(other.rdioPlayKey());
+        insertSource(ItemSourceType::Rdio);
+    }
+}
+
 void MusicItem::mergeMusicItems(MusicItem& first, MusicItem& second) {
     mergeSourcesAndKeys(first, second);
     const auto* firstAlbum = dynamic_cast<const Album*>(&first);

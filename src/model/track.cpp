@@ -82,7 +82,7 @@ void Track::getiTunesPlayKey() {
     if (isTrackType(ItemSourceType::iTunes) || link.hasRemotePlayer())
         return;
     const auto library = link.iTunesSongs();
-    const auto* song = library->find(name(), artistName_, albumName_);
+    const auto song = library->find(name(), artistName_, albumName_);
     if (!song)
         return;
     session.runLoop().async([weak = weak_from_this(), key = playKeyOf(*song)] {
