@@ -20,6 +20,10 @@ inline constexpr NotificationName kHotkeyManagerHotkeyTaken{"HotkeyManagerHotkey
 inline constexpr NotificationName kHotkeyManagerStartedRecording{"HotkeyManagerStartedRecording"};
 inline constexpr NotificationName kHotkeyManagerStoppedRecording{"HotkeyManagerStoppedRecording"};
 inline constexpr NotificationName kLastFMConnectionChanged{"LastFMConnectionChanged"};
+/// Read `MediaLibrary::readItems`, in the background.
+inline constexpr NotificationName kMediaLibraryChanged{"MediaLibraryChanged"};
+/// Read `MediaLibrary::progress`.
+inline constexpr NotificationName kMediaLibraryProgress{"MediaLibraryProgress"};
 /// Read `PlayerController::currentAlbumArt`.
 inline constexpr NotificationName kNewAlbumArtAvailable{"NewAlbumArtAvailable"};
 /// Read `PlayerController::pandoraStationName`.

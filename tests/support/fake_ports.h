@@ -4,6 +4,7 @@
 #include "model/remote_link.h"
 #include "model/track.h"
 #include "platform/alerts.h"
+#include "platform/media_library.h"
 #include "platform/user_defaults.h"
 #include "players/links.h"
 
@@ -30,6 +31,27 @@ class MemoryUserDefaults final : public UserDefaults {
   private:
     QVariantMap values_;
     QVariantMap registered_;
+};
+
+/// A library of the items that a test puts in; each is covered by one picture.
+class FakeMediaLibrary final : public MediaLibrary {
+  public:
+    std::vector<MediaItem> items;
+    const Image picture{QImage(2, 2, QImage::Format_RGB32)};
+    std::vector<quint64> read; ///< whose art was asked for
+    bool final = true;
+    Progress state;
+
+    void readItems(const Visit& visit) override { std::ignore = std::ranges::all_of(items, visit); }
+    bool isFinal() override { return final; }
+    Image artwork(quint64 id) override {
+        read.push_back(id);
+        return picture;
+    }
+    std::optional<QByteArray> location(quint64) override { return std::nullopt; }
+    void startScan() override { state.state = State::Scanning; }
+    void cancelScan() override { state.state = State::Cancelled; }
+    Progress progress() const override { return state; }
 };
 
 /// Writes alerts down and answers as a test says.
