@@ -10,6 +10,7 @@
 #include "app/modules.h"
 #include "app/mpris_service.h"
 #include "app/role_assignment.h"
+#include "app/search_rows.h"
 #include "app/status.h"
 #include "app/status_publisher.h"
 #include "base/control_interface.h"
@@ -79,11 +80,13 @@ struct Application::Parts {
     SessionScope scope{&session};
     PlayerRoles* roles = nullptr;
     ItemServices* items = nullptr;
+    DivertedAlerts* alerts = nullptr;
     std::unique_ptr<RoleAssignment> assignment;
     std::unique_ptr<AppDelegate> delegate;
     std::unique_ptr<SleepMonitor> sleepMonitor;
     std::unique_ptr<ArtFile> artFile;
     std::unique_ptr<StatusPublisher> publisher;
+    std::unique_ptr<SearchRows> searchRows;
     std::unique_ptr<ControlService> control;
     std::unique_ptr<MprisService> mpris;
     std::unique_ptr<Demo> demo;
@@ -140,7 +143,10 @@ void Application::findPlayers() {
 void Application::installPorts() {
     auto& session = parts_->session;
     auto alerts = options_.headless ? nullptr : modules::makeAlerts(session.runLoop());
-    session.install<Alerts>(alerts ? std::move(alerts) : std::make_unique<LogAlerts>());
+    auto diverted =
+        std::make_unique<DivertedAlerts>(alerts ? std::move(alerts) : std::make_unique<LogAlerts>());
+    parts_->alerts = diverted.get();
+    session.install<Alerts>(std::move(diverted));
     const auto report = [](const QString& message) { qCWarning(log).noquote() << message; };
     session.install<UserDefaults>(std::make_unique<PlistUserDefaults>(
         configFolder() + QStringLiteral("/Preferences.plist"), session.runLoop(), report));
@@ -199,6 +205,13 @@ void Application::serveBus() {
     actions.wantArt = [&parts](std::function<void()> done) {
         parts.artFile->want();
         parts.artFile->whenSettled(std::move(done));
+    };
+    parts.searchRows = std::make_unique<SearchRows>(parts.session, *parts.alerts);
+    actions.search = [&parts](const QString& term, auto done) {
+        parts.searchRows->search(term, std::move(done));
+    };
+    actions.playRow = [&parts](uint row, const QString& service) {
+        return parts.searchRows->play(row, service);
     };
     actions.reopen = reopen;
     actions.quit = quit;

@@ -217,6 +217,29 @@ QList<QVariantMap> ControlService::Doctor() {
     return {};
 }
 
+QString ControlService::Search(const QString& term) {
+    setDelayedReply(true);
+    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(), term] {
+        if (!self)
+            return;
+        self->actions_.search(term, [call, bus](const std::variant<QString, ControlError>& found) {
+            if (const auto* error = std::get_if<ControlError>(&found))
+                bus.send(call.createErrorReply(error->name, error->message));
+            else
+                bus.send(call.createReply(std::get<QString>(found)));
+        });
+    });
+    return {};
+}
+
+QString ControlService::PlayRow(uint row, const QString& service) {
+    answer([this, row, service] {
+        const auto outcome = actions_.playRow(row, service);
+        return std::visit([](const auto& result) { return QVariant::fromValue(result); }, outcome);
+    });
+    return {};
+}
+
 void ControlService::Reopen() {
     answer([this]() -> QVariant {
         actions_.reopen();

@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <optional>
+#include <variant>
 
 namespace merlode {
 
@@ -31,6 +32,11 @@ struct ControlActions {
     std::function<void(std::function<void(QList<QVariantMap>)> done)> doctor;
     /// Has the art written to a file and calls back when it is there, after a moment at most.
     std::function<void(std::function<void()> done)> wantArt;
+    /// Searches everything and calls back with the results as JSON, or with why there are none.
+    std::function<void(const QString& term, std::function<void(const std::variant<QString, ControlError>&)>)>
+        search;
+    /// Plays a row of the last search; a message for people, or why it cannot be played.
+    std::function<std::variant<QString, ControlError>(uint row, const QString& service)> playRow;
     std::function<void()> reopen;
     std::function<void()> quit;
 };
@@ -63,6 +69,8 @@ class ControlService final : public QObject, protected QDBusContext {
     QList<QVariantMap> Players();
     void UsePlayer(const QString& role, const QString& program);
     QList<QVariantMap> Doctor();
+    QString Search(const QString& term);
+    QString PlayRow(uint row, const QString& service);
     void Reopen();
     void Quit();
 

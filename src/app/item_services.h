@@ -2,7 +2,7 @@
 
 #include "model/item_link.h"
 #include "players/links.h"
-#include "search/art_search.h"
+#include "search/search_controller.h"
 
 #include <atomic>
 
@@ -31,11 +31,12 @@ class ItemServices final : public ItemLink {
 class PlayerSearch final : public SearchLink {
   public:
     void refreshRelatedArtists() override {}
-    void findSpotifyAlbumArt(const QString& spotifyUrl) override { art_.findSpotifyAlbumArt(spotifyUrl); }
-    void findiTunesAlbumArt(const std::shared_ptr<Track>& track) override { art_.findiTunesAlbumArt(*track); }
-
-  private:
-    ArtSearch art_;
+    void findSpotifyAlbumArt(const QString& spotifyUrl) override {
+        SearchController::sharedController().findSpotifyAlbumArt(spotifyUrl);
+    }
+    void findiTunesAlbumArt(const std::shared_ptr<Track>& track) override {
+        SearchController::sharedController().findiTunesAlbumArt(*track);
+    }
 };
 
 } // namespace merlode

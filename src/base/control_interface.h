@@ -18,8 +18,14 @@
 /// | Players | | aa{sv}: "role" ("local", "spotify", "rdio"), "program", "installed", "running", "active", "enabled", "state" of each role; then the MPRIS players in no role, with an empty "role" |
 /// | UsePlayer | s: role ("local", "spotify", "rdio"), s: program ("auto", "mpd", "private", an MPRIS name, or "none") | |
 /// | Doctor | | aa{sv}: "name", "state" ("ok", "warning", "missing"), "found", "mend" |
+/// | Search | s: what to look for | s: JSON, see below; answers when all services have |
+/// | PlayRow | u: a row of the last search, s: "library", "spotify", "rdio", "pandora", or empty for the one that suits best | s: a message for people, empty when it plays already |
 /// | Reopen | | brings the window or panel forward |
 /// | Quit | | ends the program |
+///
+/// The JSON of a search: "term"; "rows", each with "row" (its number, kept until the next search), "kind" ("track",
+/// "album", "station"), "title", "artist", "album" and "services"; "services", what became of each that was asked:
+/// "service", "seconds" and, where it gave nothing, "failure".
 ///
 /// A method that cannot be carried out answers with one of the errors below and a message for people.
 // clang-format on

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace merlode::ctl {
 
@@ -13,7 +14,7 @@ namespace {
 struct Sorted {
     QStringList operands;
     unsigned options = 0;
-    QString format;
+    std::map<Option, QString> values;
     QString wrong;
 };
 
@@ -43,9 +44,9 @@ void readOption(const QStringList& arguments, qsizetype& index, Sorted& sorted) 
         if (equals >= 0)
             sorted.wrong = QStringLiteral("option '%1' takes no value").arg(name);
     } else if (equals >= 0) {
-        sorted.format = argument.mid(equals + 1);
+        sorted.values[option->option] = argument.mid(equals + 1);
     } else if (index + 1 < arguments.size()) {
-        sorted.format = arguments[++index];
+        sorted.values[option->option] = arguments[++index];
     } else {
         sorted.wrong = QStringLiteral("option '%1' needs a value").arg(name);
     }
@@ -127,6 +128,28 @@ QString readVolumeOperand(const QStringList& operands, Command& command) {
     return QStringLiteral("'%1' is no volume; write 0 to 100, +N or -N").arg(operands[0]);
 }
 
+/// A number from 1 on, of at most six digits.
+std::optional<int> readCount(const QString& text) {
+    static const QRegularExpression form(QStringLiteral(R"(\A[1-9][0-9]{0,5}\z)"));
+    return form.match(text).hasMatch() ? std::optional(text.toInt()) : std::nullopt;
+}
+
+QString readPlayOperand(const QStringList& operands, Command& command) {
+    if (operands.isEmpty())
+        return command.service.isEmpty() ? QString() : QStringLiteral("--on goes with a row");
+    const auto row = readCount(operands[0]);
+    if (!row)
+        return QStringLiteral("'%1' is no row; write the number that 'merlodectl search' shows")
+            .arg(operands[0]);
+    command.row = static_cast<uint>(*row);
+    return {};
+}
+
+QString readSearchOperands(const QStringList& operands, Command& command) {
+    command.term = operands.join(u' ').trimmed();
+    return command.term.isEmpty() ? QStringLiteral("search needs something to look for") : QString();
+}
+
 QString readPlayersOperands(const QStringList& operands, Command& command) {
     if (operands.isEmpty())
         return {};
@@ -161,6 +184,10 @@ QString readOperands(const QStringList& operands, Command& command) {
         return readSeekOperand(operands, command);
     case Word::Volume:
         return readVolumeOperand(operands, command);
+    case Word::Play:
+        return readPlayOperand(operands, command);
+    case Word::Search:
+        return readSearchOperands(operands, command);
     case Word::Players:
         return readPlayersOperands(operands, command);
     case Word::Help:
@@ -168,6 +195,23 @@ QString readOperands(const QStringList& operands, Command& command) {
     default:
         return {};
     }
+}
+
+/// The values of --limit and --on.
+QString readValues(const Sorted& sorted, Command& command) {
+    if (const auto limit = sorted.values.find(kLimit); limit != sorted.values.end()) {
+        command.limit = readCount(limit->second);
+        if (!command.limit)
+            return QStringLiteral("'%1' is no number of rows; write 1 or more").arg(limit->second);
+    }
+    if (const auto on = sorted.values.find(kOn); on != sorted.values.end()) {
+        const auto all = services();
+        if (std::ranges::find(all, on->second) == all.end())
+            return QStringLiteral("unknown service '%1'; there are library, spotify, rdio, pandora")
+                .arg(on->second);
+        command.service = on->second;
+    }
+    return {};
 }
 
 QString readOptions(const Sorted& sorted, const WordEntry& entry, Command& command) {
@@ -180,11 +224,13 @@ QString readOptions(const Sorted& sorted, const WordEntry& entry, Command& comma
     command.wait = sorted.options & kWait;
     if (command.wait && !command.follow)
         return QStringLiteral("--wait goes with --follow");
+    if (const auto wrong = readValues(sorted, command); !wrong.isEmpty())
+        return wrong;
     if (!(sorted.options & kFormat))
         return {};
     if (command.json)
         return QStringLiteral("--json and --format exclude each other");
-    auto format = FormatTemplate::compile(sorted.format);
+    auto format = FormatTemplate::compile(sorted.values.at(kFormat));
     if (const auto* wrong = std::get_if<QString>(&format))
         return *wrong;
     command.format = std::get<FormatTemplate>(std::move(format));

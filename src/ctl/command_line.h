@@ -25,6 +25,10 @@ struct Command {
     bool wait = false;
     std::optional<FormatTemplate> format;
     std::optional<Amount> amount;  ///< of seek, and of volume unless it is only to be printed
+    std::optional<uint> row;       ///< of play
+    QString service;               ///< of play: on which service, empty for any
+    QString term;                  ///< of search
+    std::optional<int> limit;      ///< of search: rows of each kind
     QString role;                  ///< of "players use", otherwise empty
     QString program;               ///< of "players use"
     std::optional<Word> helpTopic; ///< of help

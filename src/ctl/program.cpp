@@ -131,13 +131,14 @@ bool Program::isThere() const {
     return reply.type() == QDBusMessage::ReplyMessage && reply.arguments().value(0).toBool();
 }
 
-Reply Program::call(const char* method, const QVariantList& arguments, const char* signature) const {
+Reply Program::call(const char* method, const QVariantList& arguments, const char* signature,
+                    int timeoutMilliseconds) const {
     auto message = QDBusMessage::createMethodCall(
         QString::fromLatin1(control::kService), QString::fromLatin1(control::kPath),
         QString::fromLatin1(control::kInterface), QString::fromLatin1(method));
     message.setAutoStartService(false);
     message.setArguments(arguments);
-    const auto reply = QDBusConnection(connectionName_).call(message, QDBus::Block, kTimeoutMilliseconds);
+    const auto reply = QDBusConnection(connectionName_).call(message, QDBus::Block, timeoutMilliseconds);
     if (reply.type() != QDBusMessage::ReplyMessage) {
         auto failure = failureOf(reply.errorName(), reply.errorMessage());
         // The bus says the same of a program that ends while it owes a reply as of one that is too slow.

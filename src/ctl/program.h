@@ -37,6 +37,9 @@ class Program {
     /// No call takes longer; a person waits for it.
     static constexpr int kTimeoutMilliseconds = 3000;
 
+    /// But a search, which waits for the slowest of the services.
+    static constexpr int kSearchMilliseconds = 120'000;
+
     /// The first bus of `busAddresses()` on which the program's name is owned, or null.
     static std::unique_ptr<Program> find();
     /// What to tell when there is none.
@@ -47,7 +50,8 @@ class Program {
 
     /// Calls a method of the control interface and waits for the reply, whose signature must be `signature`
     /// (empty for methods that give nothing).
-    Reply call(const char* method, const QVariantList& arguments = {}, const char* signature = "") const;
+    Reply call(const char* method, const QVariantList& arguments = {}, const char* signature = "",
+               int timeoutMilliseconds = kTimeoutMilliseconds) const;
 
   private:
     explicit Program(QString connectionName) : connectionName_(std::move(connectionName)) {}

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 
 namespace merlode::ctl {
 
@@ -73,17 +74,39 @@ Row playerRow(const QJsonObject& player) {
             program.isEmpty() ? QStringLiteral("-") : program, playerState(player)};
 }
 
-QString table(const std::vector<Row>& rows) {
-    std::array<qsizetype, 2> widths{};
+// Columns two blanks apart; the last may be of any width.
+template<std::size_t Columns>
+QString table(const std::vector<std::array<QString, Columns>>& rows) {
+    std::array<qsizetype, Columns - 1> widths{};
     for (const auto& row : rows) {
         for (std::size_t column = 0; column < widths.size(); ++column)
             widths[column] = std::max(widths[column], row[column].size());
     }
     QString result;
-    for (const auto& row : rows)
-        result += row[0].leftJustified(widths[0]) + QStringLiteral("  ") + row[1].leftJustified(widths[1]) +
-                  QStringLiteral("  ") + row[2] + u'\n';
+    for (const auto& row : rows) {
+        for (std::size_t column = 0; column < widths.size(); ++column)
+            result += row[column].leftJustified(widths[column]) + QStringLiteral("  ");
+        result += row.back() + u'\n';
+    }
     return result;
+}
+
+// Titles can be of any length; a row is one line.
+QString cut(const QString& name) {
+    constexpr qsizetype kWidest = 36;
+    return name.size() <= kWidest ? name : name.left(kWidest - 1) + u'\u2026';
+}
+
+std::array<QString, 6> searchRow(const QJsonObject& row) {
+    QStringList services;
+    for (const auto& service : row.value(QStringLiteral("services")).toArray())
+        services << plainText(service.toString());
+    return {QString::number(row.value(QStringLiteral("row")).toInt()).rightJustified(3),
+            text(row, "kind"),
+            cut(text(row, "title")),
+            cut(text(row, "artist")),
+            cut(text(row, "album")),
+            services.join(u' ')};
 }
 
 } // namespace
@@ -124,6 +147,33 @@ QString playersText(const QJsonArray& players) {
     }
     roles.insert(roles.end(), others.begin(), others.end());
     return table(roles);
+}
+
+QJsonObject limited(const QJsonObject& found, std::optional<int> limit) {
+    if (!limit)
+        return found;
+    std::map<QString, int> counts;
+    QJsonArray rows;
+    for (const auto& row : found.value(QStringLiteral("rows")).toArray()) {
+        if (++counts[text(row.toObject(), "kind")] <= *limit)
+            rows.append(row);
+    }
+    QJsonObject result = found;
+    result.insert(QStringLiteral("rows"), rows);
+    return result;
+}
+
+QString searchText(const QJsonObject& found) {
+    std::vector<std::array<QString, 6>> rows;
+    for (const auto& row : found.value(QStringLiteral("rows")).toArray())
+        rows.push_back(searchRow(row.toObject()));
+    QString result = rows.empty() ? QStringLiteral("nothing was found\n") : table(rows);
+    for (const auto& value : found.value(QStringLiteral("services")).toArray()) {
+        const auto service = value.toObject();
+        if (const auto failure = text(service, "failure"); !failure.isEmpty())
+            result += QStringLiteral("%1 gave nothing: %2\n").arg(text(service, "service"), failure);
+    }
+    return result;
 }
 
 QString doctorText(const QJsonArray& checks) {

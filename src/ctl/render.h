@@ -5,6 +5,8 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <optional>
+
 /// What merlodectl prints, as text for people. Everything that came from a player is made safe for a
 /// terminal.
 namespace merlode::ctl {
@@ -20,6 +22,12 @@ bool hasNoPlayer(const QJsonObject& status);
 
 /// The table of the roles and, below them, of the players in no role. A star marks the active one.
 QString playersText(const QJsonArray& players);
+
+/// What a search has found, with at most `limit` rows of each kind.
+QJsonObject limited(const QJsonObject& found, std::optional<int> limit);
+
+/// The rows of a search as a table, and below it which services gave nothing, and why.
+QString searchText(const QJsonObject& found);
 
 /// A line for each check, with how to mend what is not as it should be below it.
 QString doctorText(const QJsonArray& checks);

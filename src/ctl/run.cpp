@@ -8,6 +8,8 @@
 #include "ctl/program.h"
 #include "ctl/render.h"
 
+#include <QJsonDocument>
+
 #include <cmath>
 
 namespace merlode::ctl {
@@ -81,6 +83,29 @@ int players(const Program& program, const Command& command) {
     return kDone;
 }
 
+int search(const Program& program, const Command& command) {
+    const auto reply = program.call("Search", {command.term}, "s", Program::kSearchMilliseconds);
+    if (!reply)
+        return report(reply);
+    const auto found = QJsonDocument::fromJson(reply.value.toString().toUtf8()).object();
+    if (command.json)
+        printOut(jsonLine(limited(found, command.limit)));
+    else
+        printOut(searchText(limited(found, command.limit)));
+    return kDone;
+}
+
+int play(const Program& program, const Command& command) {
+    if (!command.row)
+        return report(program.call("Play"));
+    const auto reply = program.call("PlayRow", {*command.row, command.service}, "s");
+    if (!reply)
+        return report(reply);
+    if (const auto message = reply.value.toString(); !message.isEmpty())
+        printOut(message + u'\n');
+    return kDone;
+}
+
 int quit(const Program& program) {
     const auto reply = program.call("Quit");
     // It was there before the call; that it is gone before it replied is what was asked for.
@@ -95,6 +120,10 @@ int runOnProgram(const Program& program, const Command& command) {
         return seek(program, *command.amount);
     case Word::Volume:
         return volume(program, command.amount);
+    case Word::Play:
+        return play(program, command);
+    case Word::Search:
+        return search(program, command);
     case Word::Players:
         return players(program, command);
     case Word::Quit:

@@ -21,7 +21,10 @@ constexpr std::array kWords{
               "is waited for.\n"_l1},
     WordEntry{Word::PlayPause, "play-pause"_l1, ""_l1, 0, 0, "PlayPause", "pause, or go on playing"_l1,
               ""_l1},
-    WordEntry{Word::Play, "play"_l1, ""_l1, 0, 0, "Play", "go on playing"_l1, ""_l1},
+    WordEntry{
+        Word::Play, "play"_l1, "[ROW]"_l1, kOn, 1, nullptr,
+        "go on playing, or play a row of the last search"_l1,
+        "SERVICE is library, spotify, rdio or pandora; without --on the row plays where it suits best.\n"_l1},
     WordEntry{Word::Pause, "pause"_l1, ""_l1, 0, 0, "Pause", "pause"_l1, ""_l1},
     WordEntry{Word::Next, "next"_l1, ""_l1, 0, 0, "Next", "go to the next track"_l1, ""_l1},
     WordEntry{Word::Previous, "previous"_l1, ""_l1, 0, 0, "Previous", "go to the previous track"_l1, ""_l1},
@@ -32,6 +35,9 @@ constexpr std::array kWords{
         Word::Volume, "volume"_l1, "[N|+N|-N]"_l1, 0, 1, nullptr, "print or set the volume"_l1,
         "N is 0 to 100; +N and -N change the volume by N. Without an operand the volume is printed.\n"_l1},
     WordEntry{Word::Mute, "mute"_l1, ""_l1, 0, 0, "ToggleMute", "mute, or undo muting"_l1, ""_l1},
+    WordEntry{Word::Search, "search"_l1, "TERM..."_l1, kJson | kLimit, 1000, nullptr,
+              "search the library and all services"_l1,
+              "Each row has a number for \"merlodectl play\", good until the next search.\n"_l1},
     WordEntry{Word::Players, "players"_l1, "[use ROLE PROGRAM]"_l1, kJson, 3, nullptr,
               "list the players, or choose the program of a role"_l1,
               "ROLE is local, spotify or rdio. PROGRAM is auto, mpd, private, none or the MPRIS name of a\n"
@@ -49,10 +55,13 @@ constexpr std::array kOptions{
     OptionEntry{kFollow, "--follow"_l1, ""_l1, "print a line after each change"_l1},
     OptionEntry{kWait, "--wait"_l1, ""_l1, "with --follow: wait for merlode whenever it is not running"_l1},
     OptionEntry{kFormat, "--format"_l1, "TEMPLATE"_l1, "print TEMPLATE with its {fields} filled in"_l1},
+    OptionEntry{kLimit, "--limit"_l1, "N"_l1, "print at most N rows of each kind"_l1},
+    OptionEntry{kOn, "--on"_l1, "SERVICE"_l1, "play on this service"_l1},
     OptionEntry{kHelp, "--help"_l1, ""_l1, "explain merlodectl or the word"_l1},
     OptionEntry{kVersion, "--version"_l1, ""_l1, "print the version"_l1},
 };
 
+constexpr std::array kServices{"library"_l1, "spotify"_l1, "rdio"_l1, "pandora"_l1};
 constexpr std::array kRoles{"local"_l1, "spotify"_l1, "rdio"_l1};
 
 QString optionText(const OptionEntry& option) {
@@ -86,6 +95,10 @@ std::span<const OptionEntry> options() {
 }
 std::span<const QLatin1String> roles() {
     return kRoles;
+}
+
+std::span<const QLatin1String> services() {
+    return kServices;
 }
 
 const WordEntry* findWord(const QString& name) {

@@ -19,6 +19,7 @@ enum class Word {
     Seek,
     Volume,
     Mute,
+    Search,
     Players,
     Doctor,
     Open,
@@ -28,7 +29,16 @@ enum class Word {
 };
 
 /// Bits of the options that a word takes.
-enum Option : unsigned { kJson = 1, kFollow = 2, kWait = 4, kFormat = 8, kHelp = 16, kVersion = 32 };
+enum Option : unsigned {
+    kJson = 1,
+    kFollow = 2,
+    kWait = 4,
+    kFormat = 8,
+    kHelp = 16,
+    kVersion = 32,
+    kLimit = 64,
+    kOn = 128,
+};
 
 struct WordEntry {
     Word word = {};
@@ -52,6 +62,9 @@ std::span<const WordEntry> words();
 std::span<const OptionEntry> options();
 /// Roles that "players use" can fill, as the program's interface names them.
 std::span<const QLatin1String> roles();
+
+/// Services on which a row can be played, as the program's interface names them.
+std::span<const QLatin1String> services();
 
 const WordEntry* findWord(const QString& name);
 const WordEntry& entryOf(Word word);
