@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 
 #include <langinfo.h>
@@ -24,5 +25,7 @@ int main(int argc, char** argv) {
     useUtf8Locale();
     std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argc, argv);
-    return merlode::ctl::run(QCoreApplication::arguments().mid(1));
+    // Everything is written by now. Qt's D-Bus thread may still be at work, and complains on standard error
+    // when the types that it uses are taken down around it.
+    std::quick_exit(merlode::ctl::run(QCoreApplication::arguments().mid(1)));
 }
