@@ -166,8 +166,8 @@ std::optional<ScriptedTrack> trackFrom(const QVariantMap& metadata) {
 }
 
 std::optional<QString> identityOf(const QString& trackId, const QString& url) {
-    const auto byId = spotifyItem(trackId);
-    const auto byAddress = spotifyItem(url);
+    auto byId = spotifyItem(trackId);
+    auto byAddress = spotifyItem(url);
     // The one may name the advertisement, the other what it is for.
     if (isAdvertisement(byAddress) || (byAddress && !byId))
         return byAddress;
