@@ -289,6 +289,7 @@ class PlayerController {
     void clearCurrentTrackData();
     void updateStatusItemString(const Track& track);
     void postPlayingNotification(const Track& track);
+    static AlbumArtDetails artDetailsOf(const Track& track);
     void fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAttempt);
     void lookForLateArt(const AlbumArtDetails& details, int looks);
     void broadcastAlbumArt(std::optional<RemoteLink::ClientId> client = std::nullopt);

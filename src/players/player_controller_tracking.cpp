@@ -105,7 +105,8 @@ void PlayerController::postPlayingNotification(const Track& track) {
         notification.informativeText +=
             QStringLiteral("\nPlayed by ") + (own ? QStringLiteral("you") : *remoteClientName);
     }
-    if (currentAlbumArt() != sSharedAlbumArtworkImage())
+    // The art on show may still be that of the album before.
+    if (currentAlbumArt() != sSharedAlbumArtworkImage() && currentAlbumArtDetails_ == artDetailsOf(track))
         notification.contentImage = currentAlbumArt();
     appDelegate_.processUserNotification(notification);
 }
@@ -123,12 +124,16 @@ void PlayerController::clearCurrentTrackData() {
 
 // The art.
 
+PlayerController::AlbumArtDetails PlayerController::artDetailsOf(const Track& track) {
+    return {track.albumName(), track.artistName()};
+}
+
 void PlayerController::updateAlbumArt(bool secondAttempt) {
     const auto track = currentTrack();
-    if (!track || currentAlbumArtDetails_ == AlbumArtDetails{track->albumName(), track->artistName()})
+    if (!track || currentAlbumArtDetails_ == artDetailsOf(*track))
         return;
     showPlaceholderArt();
-    currentAlbumArtDetails_ = {track->albumName(), track->artistName()};
+    currentAlbumArtDetails_ = artDetailsOf(*track);
     const auto player = activePlayer();
     const auto delay = player ? artDelay(player->type) : std::nullopt;
     if (delay)
@@ -142,7 +147,8 @@ void PlayerController::fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAt
     lookForLateArt(currentAlbumArtDetails_, kLateArtLooks);
     if (chosenPlayer == MusicPlayerType::Spotify) {
         const auto player = spotifyPlayer();
-        if (const auto url = player ? player->spotifyUrl() : std::nullopt)
+        const bool playsTrack = player && !player->playsAdvertisement();
+        if (const auto url = playsTrack ? player->spotifyUrl() : std::nullopt)
             return search_.findSpotifyAlbumArt(*url);
     }
     if (chosenPlayer == MusicPlayerType::Pandora && !secondAttempt)

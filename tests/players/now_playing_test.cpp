@@ -207,10 +207,20 @@ TEST_F(NowPlayingTest, ANewTrackIsNotifiedWithWhatItHas) {
         announce(kITunesPlayerInfo);
         EXPECT_EQ(links.notified.back().informativeText, c.text);
     }
+    library.art = Image(QImage(4, 4, QImage::Format_RGB32));
+    library.playing(u"First of another"_qs, u"Artist"_qs, u"Another album"_qs);
+    announce(kITunesPlayerInfo);
+    test.loop.advance(2);
+    library.playing(u"Second of it"_qs, u"Artist"_qs, u"Another album"_qs);
+    announce(kITunesPlayerInfo);
+    EXPECT_TRUE(links.notified.back().contentImage);
+    library.playing(u"Third album"_qs, u"Artist"_qs, u"Third album"_qs);
+    announce(kITunesPlayerInfo);
+    EXPECT_FALSE(links.notified.back().contentImage) << "the art of the album before is none";
     userDefaults.set(defaults::kPlayingNotifications, false);
     library.playing(u"Silent"_qs);
     announce(kITunesPlayerInfo);
-    EXPECT_EQ(links.notified.size(), 3U);
+    EXPECT_EQ(links.notified.size(), 6U);
 }
 
 } // namespace
