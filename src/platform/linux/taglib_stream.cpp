@@ -18,7 +18,10 @@ Q_LOGGING_CATEGORY(lcTags, "merlode.platform", QtWarningMsg)
 
 using TagLib::ByteVector;
 
-/// Ends the reading of a file that has too much of it read, or that has the library run in circles.
+constexpr int kMostBeyondEnd = 10'000;
+
+/// A file that ends where too much of it has been read. Should the library not notice, as in a chain of
+/// chunks without end, it is thrown out, which costs what it holds at that moment.
 class BoundedStream final : public TagLib::FileStream {
   public:
     BoundedStream(int descriptor, QByteArray path) : FileStream(descriptor, true), path_(std::move(path)) {}
@@ -29,14 +32,17 @@ class BoundedStream final : public TagLib::FileStream {
     ByteVector readBlock(unsigned long length) override {
         constexpr long call = 8192; // tags come in big pieces; a search goes through the file in small ones
         rest_ -= static_cast<long>(std::min(length, static_cast<unsigned long>(kMostReadOfFile))) + call;
-        if (rest_ < 0)
+        if (rest_ >= 0)
+            return FileStream::readBlock(length);
+        if (++beyondEnd_ > kMostBeyondEnd)
             throw std::length_error("too much to read");
-        return FileStream::readBlock(length);
+        return {};
     }
 
   private:
     QByteArray path_;
     long rest_ = kMostReadOfFile;
+    int beyondEnd_ = 0;
 };
 
 } // namespace
