@@ -3,11 +3,13 @@
 #include "base/run_loop.h"
 #include "base/session.h"
 #include "platform/alerts.h"
+#include "platform/media_library.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
+#include <QFile>
 #include <QLibrary>
 #include <QLoggingCategory>
+#include <QStandardPaths>
 
 #include <filesystem>
 
@@ -67,6 +69,15 @@ std::optional<QByteArray> embeddedPicture(const QByteArray& path) {
                                                                         "merlodeReadEmbeddedPicture");
     QByteArray picture;
     return read && read(&path, &picture) ? std::optional(picture) : std::nullopt;
+}
+
+std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::function<QString()>& folder) {
+    const auto make = find<MediaLibrary*(Session*, const QByteArray*, const std::function<QString()>*)>(
+        QStringLiteral("merlode-library"), "merlodeMakeMediaLibrary");
+    const auto cacheFile =
+        QFile::encodeName(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+                          QStringLiteral("/merlode/library.sqlite"));
+    return std::unique_ptr<MediaLibrary>(make ? make(&session, &cacheFile, &folder) : nullptr);
 }
 
 QString startDemoServices(std::shared_ptr<void>& keep) {

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -13,6 +14,7 @@ class QCoreApplication;
 namespace merlode {
 
 class Alerts;
+class MediaLibrary;
 class RunLoop;
 class Session;
 
@@ -35,6 +37,11 @@ bool makeDemoLibrary(const QString& folder, const std::atomic<bool>& stop);
 
 /// The picture that a music file carries. Blocks: for dispatch queues.
 std::optional<QByteArray> embeddedPicture(const QByteArray& path);
+
+/// The music below the folder that `folder` tells, which is asked on the main thread now and at each scan;
+/// what is known of it lies in XDG_CACHE_HOME/merlode. The session must outlive it. Main thread, which the
+/// module's loading holds up for some milliseconds. Null where the module is missing.
+std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::function<QString()>& folder);
 
 /// Web services that live as long as what `keep` holds, in place of the public ones; see `DemoServices`.
 /// Their base address, empty where they cannot be started.

@@ -42,6 +42,8 @@ bool writeMusicFile(const MusicFile& file) {
     add("ALBUM", file.album);
     add("ALBUMARTIST", file.albumArtist);
     add("TRACKNUMBER", file.track);
+    add("DISCNUMBER", file.disc);
+    add("COMPILATION", file.isCompilation ? u"1"_qs : QString());
     for (const QString& artist : file.artists)
         add("ARTIST", artist);
     if (!file.picture.isEmpty()) {

@@ -12,7 +12,9 @@ struct MusicFile {
     QString album = {};
     QStringList artists = {};
     QString albumArtist = {};
-    QString track = {};      ///< as tagged: "3/12"
+    QString track = {}; ///< as tagged: "3/12"
+    QString disc = {};  ///< likewise
+    bool isCompilation = false;
     QByteArray picture = {}; ///< embedded; empty for none
 };
 

@@ -181,18 +181,6 @@ std::vector<MpdSong> parseSongs(const std::vector<MpdPair>& pairs) {
     return songs;
 }
 
-std::optional<QString> cleanPlayerText(const QByteArray& utf8) {
-    QString text = QString::fromUtf8(utf8);
-    if (text.size() > kLongestPlayerText)
-        return std::nullopt;
-    for (QChar& c : text) {
-        if (c.category() == QChar::Other_Control)
-            c = u' ';
-    }
-    text = text.trimmed();
-    return text.isEmpty() ? std::nullopt : std::optional(text);
-}
-
 std::optional<int> parseRatingSticker(const QByteArray& pairValue) {
     if (!pairValue.startsWith("rating="))
         return std::nullopt;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/linux/mpd_connection.h"
+#include "platform/linux/player_text.h"
 #include "platform/scripted_player.h"
 
 #include <QByteArray>
@@ -61,9 +62,6 @@ MpdSnapshot parseSnapshot(const std::vector<MpdPair>& pairs, double takenAt);
 
 /// The songs of a listing.
 std::vector<MpdSong> parseSongs(const std::vector<MpdPair>& pairs);
-
-/// Control characters become blanks; nothing for a text that is blank or beyond `kLongestPlayerText`.
-std::optional<QString> cleanPlayerText(const QByteArray& utf8);
 
 /// Ratings lie in the sticker "rating" of a song, from 0 to 10, where other clients of MPD keep theirs: two
 /// steps for a star.

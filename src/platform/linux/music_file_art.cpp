@@ -21,6 +21,10 @@ std::size_t rankOf(const QByteArray& name) {
 
 } // namespace
 
+bool isCoverName(const QByteArray& name) {
+    return rankOf(name) < kCoverNames.size();
+}
+
 QList<QByteArray> coverFilesBeside(const QByteArray& path) {
     const QByteArray folder = path.left(path.lastIndexOf('/') + 1);
     std::multimap<std::size_t, QByteArray> found;

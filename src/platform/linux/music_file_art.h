@@ -17,8 +17,12 @@ using PictureReader = std::function<std::optional<QByteArray>(const QByteArray& 
 /// are broken or too big are passed over. `embedded` may be empty. Blocks: for dispatch queues.
 std::optional<Image> artOfMusicFile(const QByteArray& path, const PictureReader& embedded);
 
-/// The files beside a music file that hold its cover, the likeliest first: "cover", "folder" and "front", as
-/// JPEG or PNG, in whatever case. Of a folder with more than `kMostEntries` files a part is looked at.
+/// Whether a file of this name holds the cover of the music beside it: "cover", "folder" or "front", as JPEG
+/// or PNG, in whatever case.
+bool isCoverName(const QByteArray& name);
+
+/// The files beside a music file that hold its cover, the likeliest first. Of a folder with more than
+/// `kMostEntries` files a part is looked at.
 QList<QByteArray> coverFilesBeside(const QByteArray& path);
 inline constexpr int kMostEntries = 10'000;
 

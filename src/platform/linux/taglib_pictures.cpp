@@ -1,21 +1,17 @@
 #include "platform/linux/taglib_pictures.h"
 
-#include "base/regular_file.h"
-
-#include <stdexcept>
+#include "platform/linux/taglib_stream.h"
 
 #include <apefile.h>
 #include <apetag.h>
 #include <asftag.h>
 #include <attachedpictureframe.h>
-#include <fileref.h>
 #include <flacfile.h>
 #include <id3v2tag.h>
 #include <mp4coverart.h>
 #include <mp4tag.h>
 #include <mpcfile.h>
 #include <mpegfile.h>
-#include <tfilestream.h>
 #include <trueaudiofile.h>
 #include <wavfile.h>
 #include <wavpackfile.h>
@@ -25,36 +21,7 @@ namespace merlode {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcTags, "merlode.platform", QtWarningMsg)
-
 using TagLib::ByteVector;
-
-constexpr int kMostBeyondEnd = 10'000;
-
-/// A file that ends where too much of it has been read. Should the library not notice, as in a chain of
-/// chunks without end, it is thrown out, which costs what it holds at that moment.
-class BoundedStream final : public TagLib::FileStream {
-  public:
-    BoundedStream(int descriptor, QByteArray path) : FileStream(descriptor, true), path_(std::move(path)) {}
-
-    /// The library looks at the ending of the name before it looks at the bytes.
-    TagLib::FileName name() const override { return path_.constData(); }
-
-    ByteVector readBlock(unsigned long length) override {
-        constexpr long call = 8192; // tags come in big pieces; a search goes through the file in small ones
-        rest_ -= static_cast<long>(std::min(length, static_cast<unsigned long>(kMostReadOfFile))) + call;
-        if (rest_ >= 0)
-            return FileStream::readBlock(length);
-        if (++beyondEnd_ > kMostBeyondEnd)
-            throw std::length_error("too much to read");
-        return {};
-    }
-
-  private:
-    QByteArray path_;
-    long rest_ = kMostReadOfFile;
-    int beyondEnd_ = 0;
-};
 
 /// Keeps the best of the pictures that are shown to it.
 class Choice {
@@ -148,21 +115,16 @@ void lookAtFile(Choice& choice, TagLib::File& file) {
 
 } // namespace
 
+std::optional<QByteArray> pictureOf(TagLib::File& file) {
+    Choice choice;
+    lookAtFile(choice, file);
+    return choice.best();
+}
+
 std::optional<QByteArray> embeddedPicture(const QByteArray& path) {
-    const int descriptor = openRegularFile(path);
-    if (descriptor < 0)
-        return std::nullopt;
-    BoundedStream stream(descriptor, path); // closes it
-    try {
-        Choice choice;
-        const TagLib::FileRef reference(&stream, false);
-        if (!reference.isNull())
-            lookAtFile(choice, *reference.file());
-        return choice.best();
-    } catch (const std::exception& error) {
-        qCInfo(lcTags) << "cannot read the tags of" << path << error.what();
-        return std::nullopt;
-    }
+    std::optional<QByteArray> picture;
+    readMusicFile(path, false, [&picture](TagLib::File& file) { picture = pictureOf(file); });
+    return picture;
 }
 
 } // namespace merlode

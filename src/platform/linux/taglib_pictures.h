@@ -4,6 +4,10 @@
 
 #include <optional>
 
+namespace TagLib {
+class File;
+}
+
 namespace merlode {
 
 /// The picture that a music file carries, as it lies there: the front cover, else its first one. Nothing for
@@ -11,8 +15,7 @@ namespace merlode {
 /// Blocks: for dispatch queues.
 std::optional<QByteArray> embeddedPicture(const QByteArray& path);
 
-/// Tags lie at the ends of a file and are small but for their pictures; only a damaged or hostile file has
-/// more of it looked at.
-inline constexpr long kMostReadOfFile = 64 * 1024 * 1024;
+/// The same picture of a file whose tags are read already.
+std::optional<QByteArray> pictureOf(TagLib::File& file);
 
 } // namespace merlode

@@ -1,0 +1,9 @@
+#include "platform/linux/music_folder_library.h"
+
+// Loaded with the music library, which brings a reader of tags and a database.
+extern "C" merlode::MediaLibrary* merlodeMakeMediaLibrary(merlode::Session* session,
+                                                          const QByteArray* cacheFile,
+                                                          const std::function<QString()>* folder) {
+    return new merlode::MusicFolderLibrary(*session, {*cacheFile, *folder},
+                                           merlode::makeThreadPoolExecutor());
+}
