@@ -26,6 +26,7 @@
 #include "platform/linux/player_roles.h"
 #include "platform/linux/plist_user_defaults.h"
 #include "platform/linux/sleep_monitor.h"
+#include "platform/null_media_library.h"
 #include "players/player_controller.h"
 
 #include <QCoreApplication>
@@ -41,8 +42,46 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
 
+const QString kLibraryQueue = QStringLiteral("co.vantry.Merlode.LibraryState");
+
+// Seconds from the launch to the first look at the music folder.
+constexpr double kScanDelay = 2.0;
+
 const QString kDoctorQueue = QStringLiteral("co.vantry.Merlode.Doctor");
 const QString kNotificationQueue = QStringLiteral("co.vantry.Merlode.Notifications");
+
+void libraryAction(const QString& action) {
+    auto& library = Session::current().port<MediaLibrary>();
+    if (action == QStringLiteral("rescan"))
+        library.startScan();
+    else if (action == QStringLiteral("cancel"))
+        library.cancelScan();
+}
+
+QString stateText(MediaLibrary::State state) {
+    switch (state) {
+    case MediaLibrary::State::Idle:
+        return QStringLiteral("not scanned yet");
+    case MediaLibrary::State::Scanning:
+        return QStringLiteral("scanning");
+    case MediaLibrary::State::Finished:
+        return QStringLiteral("up to date");
+    case MediaLibrary::State::Cancelled:
+        return QStringLiteral("cancelled");
+    case MediaLibrary::State::Unreachable:
+        break;
+    }
+    return QStringLiteral("unreachable");
+}
+
+QVariantMap libraryState(Session& session, LibrarySongs::Place songs) {
+    const auto progress = session.port<MediaLibrary>().progress();
+    return {{QStringLiteral("state"), stateText(progress.state)},
+            {QStringLiteral("folder"), musicFolder(session.port<UserDefaults>())},
+            {QStringLiteral("songs"), songs},
+            {QStringLiteral("filesSeen"), progress.filesSeen},
+            {QStringLiteral("filesTotal"), progress.filesTotal}};
+}
 
 class Controllers final : public ControllersLink {
   public:
@@ -120,6 +159,7 @@ void Application::launch() {
     parts_->items->setController(PlayerController::sharedController());
     serveBus();
     keepSomebodyInCharge();
+    startLibrary();
     if (options_.demo)
         parts_->demo = std::make_unique<Demo>(parts_->session, options_.demoFolder,
                                               [this] { parts_->assignment->launchPrivateMpd(); });
@@ -162,7 +202,7 @@ void Application::installLinks() {
     auto& session = parts_->session;
     session.install<RemoteLink>(std::make_unique<NullRemoteLink>());
     session.install<SearchLink>(std::make_unique<PlayerSearch>());
-    auto items = std::make_unique<ItemServices>(QLocale::system().name());
+    auto items = std::make_unique<ItemServices>(session, QLocale::system().name());
     parts_->items = items.get();
     session.install<ItemLink>(std::move(items));
     session.install<PlayReports>(std::make_unique<NullPlayReports>());
@@ -213,6 +253,13 @@ void Application::serveBus() {
     actions.playRow = [&parts](uint row, const QString& service) {
         return parts.searchRows->play(row, service);
     };
+    actions.library = [&parts](const QString& action, const std::function<void(const QVariantMap&)>& done) {
+        libraryAction(action);
+        parts.session.queue(kLibraryQueue).async([&session = parts.session, items = parts.items, done] {
+            const auto songs = items->iTunesSongs()->size();
+            session.runLoop().async([&session, songs, done] { done(libraryState(session, songs)); });
+        });
+    };
     actions.reopen = reopen;
     actions.quit = quit;
     parts.control = std::make_unique<ControlService>(parts.session, *parts.publisher, std::move(actions));
@@ -248,6 +295,17 @@ void Application::keepSomebodyInCharge() {
     adopt();
     parts.launches = parts.session.workspaceCenter().addObserver(
         notifications::kWorkspaceDidLaunchApplication, [adopt](const auto&) { adopt(); });
+}
+
+// Behind all that somebody waits for: the library's readers take some milliseconds to load, and a scan reads
+// many files.
+void Application::startLibrary() {
+    auto& session = parts_->session;
+    auto library =
+        modules::makeMediaLibrary(session, [&session] { return musicFolder(session.port<UserDefaults>()); });
+    auto& port =
+        session.install<MediaLibrary>(library ? std::move(library) : std::make_unique<NullMediaLibrary>());
+    session.runLoop().asyncAfter(kScanDelay, [&port] { port.startScan(); });
 }
 
 void Application::terminate() {

@@ -44,6 +44,7 @@ class Application {
     void keepSomebodyInCharge();
     void rolesChanged();
     void findPlayers();
+    void startLibrary();
 
     ApplicationOptions options_;
     std::unique_ptr<Parts> parts_;

@@ -232,6 +232,17 @@ QString ControlService::Search(const QString& term) {
     return {};
 }
 
+QVariantMap ControlService::Library(const QString& action) {
+    setDelayedReply(true);
+    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(), action] {
+        if (!self)
+            return;
+        self->actions_.library(action,
+                               [call, bus](const QVariantMap& state) { bus.send(call.createReply(state)); });
+    });
+    return {};
+}
+
 QString ControlService::PlayRow(uint row, const QString& service) {
     answer([this, row, service] {
         const auto outcome = actions_.playRow(row, service);

@@ -37,6 +37,8 @@ struct ControlActions {
         search;
     /// Plays a row of the last search; a message for people, or why it cannot be played.
     std::function<std::variant<QString, ControlError>(uint row, const QString& service)> playRow;
+    /// Begins or cancels a scan of the library, or neither, and calls back with its state.
+    std::function<void(const QString& action, std::function<void(const QVariantMap&)> done)> library;
     std::function<void()> reopen;
     std::function<void()> quit;
 };
@@ -70,6 +72,7 @@ class ControlService final : public QObject, protected QDBusContext {
     void UsePlayer(const QString& role, const QString& program);
     QList<QVariantMap> Doctor();
     QString Search(const QString& term);
+    QVariantMap Library(const QString& action);
     QString PlayRow(uint row, const QString& service);
     void Reopen();
     void Quit();

@@ -4,6 +4,7 @@
 #include "app/modules.h"
 #include "model/album.h"
 #include "model/service_hosts.h"
+#include "platform/media_library.h"
 #include "platform/user_defaults.h"
 #include "players/player_controller.h"
 
@@ -71,6 +72,7 @@ void Demo::makeMusic() {
             loop.async(firstIsThere);
             if (!first || !modules::makeDemoLibrary(folder, *stop))
                 qCWarning(log) << "the demo's music could not be written to" << folder;
+            loop.async([] { Session::current().port<MediaLibrary>().startScan(); });
         });
 }
 

@@ -5,6 +5,8 @@
 #include "search/search_controller.h"
 
 #include <atomic>
+#include <memory>
+#include <mutex>
 
 namespace merlode {
 
@@ -14,16 +16,23 @@ class PlayerController;
 class ItemServices final : public ItemLink {
   public:
     /// `localeIdentifier` is the user's: "de_AT".
-    explicit ItemServices(const QString& localeIdentifier) : countryCode_(countryCodeOf(localeIdentifier)) {}
+    ItemServices(Session& session, const QString& localeIdentifier);
 
     /// The controller must outlive all background work. Until it is set there is no remote player.
     void setController(const PlayerController& controller) { controller_ = &controller; }
 
+    /// Reads the session's media library on first use and whenever it has changed since.
+    std::shared_ptr<const LibrarySongs> iTunesSongs() override;
     QString countryCode() override { return countryCode_; }
     bool hasRemotePlayer() override;
 
   private:
+    Session& session_;
     const QString countryCode_;
+    std::mutex reading_; ///< held while the library is read: who comes then waits for it
+    std::shared_ptr<const LibrarySongs> songs_;
+    std::atomic<bool> stale_ = true;
+    Observation changes_;
     std::atomic<const PlayerController*> controller_ = nullptr;
 };
 

@@ -20,6 +20,7 @@
 /// | Doctor | | aa{sv}: "name", "state" ("ok", "warning", "missing"), "found", "mend" |
 /// | Search | s: what to look for | s: JSON, see below; answers when all services have |
 /// | PlayRow | u: a row of the last search, s: "library", "spotify", "rdio", "pandora", or empty for the one that suits best | s: a message for people, empty when it plays already |
+/// | Library | s: "rescan", "cancel", or empty | a{sv}: "state" ("not scanned yet", "scanning", "up to date", "cancelled", "unreachable"), "folder", "songs", "filesSeen", "filesTotal" |
 /// | Reopen | | brings the window or panel forward |
 /// | Quit | | ends the program |
 ///

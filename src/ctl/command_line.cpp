@@ -150,6 +150,15 @@ QString readSearchOperands(const QStringList& operands, Command& command) {
     return command.term.isEmpty() ? QStringLiteral("search needs something to look for") : QString();
 }
 
+QString readLibraryOperand(const QStringList& operands, Command& command) {
+    if (operands.isEmpty())
+        return {};
+    if (operands[0] != QStringLiteral("rescan") && operands[0] != QStringLiteral("cancel"))
+        return QStringLiteral("write 'library', 'library rescan' or 'library cancel'");
+    command.action = operands[0];
+    return {};
+}
+
 QString readPlayersOperands(const QStringList& operands, Command& command) {
     if (operands.isEmpty())
         return {};
@@ -188,6 +197,8 @@ QString readOperands(const QStringList& operands, Command& command) {
         return readPlayOperand(operands, command);
     case Word::Search:
         return readSearchOperands(operands, command);
+    case Word::Library:
+        return readLibraryOperand(operands, command);
     case Word::Players:
         return readPlayersOperands(operands, command);
     case Word::Help:

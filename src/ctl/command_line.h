@@ -29,6 +29,7 @@ struct Command {
     QString service;               ///< of play: on which service, empty for any
     QString term;                  ///< of search
     std::optional<int> limit;      ///< of search: rows of each kind
+    QString action;                ///< of library: "rescan", "cancel", or empty
     QString role;                  ///< of "players use", otherwise empty
     QString program;               ///< of "players use"
     std::optional<Word> helpTopic; ///< of help

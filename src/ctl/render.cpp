@@ -176,6 +176,17 @@ QString searchText(const QJsonObject& found) {
     return result;
 }
 
+QString libraryText(const QJsonObject& library) {
+    const auto state = text(library, "state");
+    const auto number = [&](const char* key) {
+        return QString::number(library.value(QLatin1String(key)).toInteger());
+    };
+    if (state != QStringLiteral("scanning"))
+        return QStringLiteral("%1: %2 songs in %3\n").arg(state, number("songs"), text(library, "folder"));
+    return QStringLiteral("scanning %1: %2 of %3 files, %4 songs so far\n")
+        .arg(text(library, "folder"), number("filesSeen"), number("filesTotal"), number("songs"));
+}
+
 QString doctorText(const QJsonArray& checks) {
     QString result;
     for (const auto& value : checks) {

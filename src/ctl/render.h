@@ -29,6 +29,9 @@ QJsonObject limited(const QJsonObject& found, std::optional<int> limit);
 /// The rows of a search as a table, and below it which services gave nothing, and why.
 QString searchText(const QJsonObject& found);
 
+/// The state of the music library on one line.
+QString libraryText(const QJsonObject& library);
+
 /// A line for each check, with how to mend what is not as it should be below it.
 QString doctorText(const QJsonArray& checks);
 

@@ -95,6 +95,17 @@ int search(const Program& program, const Command& command) {
     return kDone;
 }
 
+int library(const Program& program, const Command& command) {
+    const auto reply = program.call("Library", {command.action}, "a{sv}");
+    if (!reply)
+        return report(reply);
+    if (command.json)
+        printOut(jsonLine(reply.object()));
+    else
+        printOut(libraryText(reply.object()));
+    return kDone;
+}
+
 int play(const Program& program, const Command& command) {
     if (!command.row)
         return report(program.call("Play"));
@@ -124,6 +135,8 @@ int runOnProgram(const Program& program, const Command& command) {
         return play(program, command);
     case Word::Search:
         return search(program, command);
+    case Word::Library:
+        return library(program, command);
     case Word::Players:
         return players(program, command);
     case Word::Quit:

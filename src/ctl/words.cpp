@@ -38,6 +38,9 @@ constexpr std::array kWords{
     WordEntry{Word::Search, "search"_l1, "TERM..."_l1, kJson | kLimit, 1000, nullptr,
               "search the library and all services"_l1,
               "Each row has a number for \"merlodectl play\", good until the next search.\n"_l1},
+    WordEntry{Word::Library, "library"_l1, "[rescan|cancel]"_l1, kJson, 1, nullptr,
+              "tell what is known of the music folder, or look through it"_l1,
+              "With rescan the folder is looked through for what has changed; cancel ends that.\n"_l1},
     WordEntry{Word::Players, "players"_l1, "[use ROLE PROGRAM]"_l1, kJson, 3, nullptr,
               "list the players, or choose the program of a role"_l1,
               "ROLE is local, spotify or rdio. PROGRAM is auto, mpd, private, none or the MPRIS name of a\n"

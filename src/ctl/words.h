@@ -20,6 +20,7 @@ enum class Word {
     Volume,
     Mute,
     Search,
+    Library,
     Players,
     Doctor,
     Open,

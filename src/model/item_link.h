@@ -17,7 +17,8 @@ class ItemLink {
   public:
     virtual ~ItemLink() = default;
 
-    /// The songs of the local library; never null. Any thread.
+    /// The songs of the local library; never null. Reads them where that was not done yet, which blocks: for
+    /// background queues.
     virtual std::shared_ptr<const LibrarySongs> iTunesSongs() {
         return std::make_shared<const LibrarySongs>();
     }

@@ -2,7 +2,6 @@
 
 #include "base/notification_names.h"
 #include "base/session.h"
-#include "model/item_link.h"
 #include "model/remote_link.h"
 #include "platform/user_defaults.h"
 #include "players/player_controller.h"
@@ -72,8 +71,7 @@ SearchPlan SearchController::planFor(const QString& term) const {
     auto services = availableServices();
     if (!kSearchRdio)
         services.remove(ItemSourceType::Rdio);
-    return {term, services, preferredService(), kNumberTopSearchItems,
-            session_.port<ItemLink>().iTunesSongs()};
+    return {term, services, preferredService(), kNumberTopSearchItems};
 }
 
 void SearchController::startSearch(SearchPlan plan) {

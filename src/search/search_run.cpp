@@ -1,6 +1,7 @@
 #include "search/search_run.h"
 
 #include "base/session.h"
+#include "model/item_link.h"
 #include "search/library_step.h"
 
 #include <algorithm>
@@ -85,8 +86,8 @@ void SearchRun::timed(MusicItemSourceType service, Ask ask) {
 }
 
 StepFailure SearchRun::askLibrary(const SearchStep& step) const {
-    searchLibrary(*plan_.iTunesSongs, step.term, step.isCancelled, step.findings.tracks,
-                  step.findings.albums);
+    const auto songs = Session::current().port<ItemLink>().iTunesSongs();
+    searchLibrary(*songs, step.term, step.isCancelled, step.findings.tracks, step.findings.albums);
     return std::nullopt;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "model/item_source_type.h"
-#include "model/library_songs.h"
 #include "search/search_step.h"
 
 #include <memory>
@@ -15,7 +14,6 @@ struct SearchPlan {
     ItemSourceType services;                ///< that are asked
     MusicItemSourceType preferredService{}; ///< whose results stand on top
     std::size_t numberTopItems = 0;         ///< length of each top list
-    std::shared_ptr<const LibrarySongs> iTunesSongs;
 };
 
 /// What became of one service of a search.
