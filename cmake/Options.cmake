@@ -1,6 +1,7 @@
 # What every target of the tree is built with.
 option(MERLODE_BUILD_TESTS "Build the tests" OFF)
 option(MERLODE_BUILD_BENCH "Build the benchmarks" OFF)
+option(MERLODE_BUILD_FUZZ "Build the fuzz targets, which takes clang" OFF)
 set(MERLODE_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them: address,undefined or thread")
 
 set(CMAKE_CXX_STANDARD 20)
@@ -17,7 +18,7 @@ endif()
 
 add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Wold-style-cast -Werror)
 # GCC 12 warns of uninitialised members inside its own <functional> and <optional> once optimised.
-add_compile_options(-Wno-maybe-uninitialized)
+add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS QT_NO_FOREACH
                         QT_DISABLE_DEPRECATED_BEFORE=0x060400 MERLODE_VERSION="${PROJECT_VERSION}")
 

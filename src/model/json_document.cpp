@@ -1,5 +1,6 @@
 #include "model/json_document.h"
 
+#include <QStringDecoder>
 #include <QVarLengthArray>
 
 #include <algorithm>
@@ -54,10 +55,6 @@ class Utf8Key {
   private:
     QVarLengthArray<char, 64> bytes_;
 };
-
-QString textOf(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 bool fitsInteger(QByteArrayView digits) {
     bool fits = false;
@@ -226,9 +223,18 @@ std::vector<JSONField> fieldsAt(JSONPlace dictionary) {
     for (const dom::key_value_pair field : object)
         fields.emplace_back(field.key, placeOf(field.value));
     std::ranges::stable_sort(fields, {}, &JSONField::first);
-    const auto repeats = std::ranges::unique(fields, {}, &JSONField::first);
-    fields.erase(repeats.begin(), repeats.end());
+    const auto haveOneKey = [](const JSONField& left, const JSONField& right) {
+        return left.first == right.first;
+    };
+    fields.erase(std::unique(fields.begin(), fields.end(), haveOneKey), fields.end());
     return fields;
+}
+
+QString textOf(std::string_view text) {
+    // Taken for the mark of an encoding, this one would get lost.
+    if (text.starts_with("\xEF\xBB\xBF"))
+        return QStringDecoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom)(text);
+    return QString::fromUtf8(text);
 }
 
 std::optional<JSONPlace> fieldAt(JSONPlace dictionary, QStringView key) {

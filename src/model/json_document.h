@@ -29,6 +29,8 @@ qsizetype elementCountAt(JSONPlace array);
 
 /// A dictionary's fields ordered by their keys' bytes, of equal keys the first alone. Empty for other kinds.
 std::vector<JSONField> fieldsAt(JSONPlace dictionary);
+/// The key of a field, or any other text of the parser's.
+QString textOf(std::string_view text);
 
 std::optional<JSONPlace> fieldAt(JSONPlace dictionary, QStringView key);
 

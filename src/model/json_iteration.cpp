@@ -76,7 +76,7 @@ std::optional<JSONGenerator::Element> JSONGenerator::nextOfDictionary() {
         if (position_ == static_cast<qsizetype>(fields_.size()))
             return std::nullopt;
         const auto& [key, place] = fields_[static_cast<std::size_t>(position_++)];
-        return Element(QString::fromUtf8(key), JSON(part->document, place));
+        return Element(textOf(key), JSON(part->document, place));
     }
     if (entry_ == map_.cend())
         return std::nullopt;

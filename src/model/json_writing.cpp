@@ -79,8 +79,13 @@ bool JSONWriter::writeNumber(const QVariant& number) {
         text_ += number.toByteArray();
         return true;
     }
+    constexpr double kLargestExact =
+        9007199254740992; // 2^53: beyond, digits that tell a real are another integer's
     const double real = number.toDouble();
-    text_ += QByteArray::number(real, 'g', QLocale::FloatingPointShortest);
+    const QByteArray digits = QByteArray::number(real, 'g', QLocale::FloatingPointShortest);
+    text_ += digits;
+    if (std::abs(real) > kLargestExact && !digits.contains('e'))
+        text_ += ".0";
     return std::isfinite(real);
 }
 

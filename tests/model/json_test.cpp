@@ -9,24 +9,14 @@
 #include <gtest/gtest.h>
 
 namespace merlode {
-
-// How a failed expectation shows a value.
-void PrintTo(const JSON& json, std::ostream* stream) {
-    *stream << json.rawString(QStringConverter::Utf8, JSONWritingOptions::None)
-                   .value_or(u"unknown"_qs)
-                   .toStdString();
-}
-
 namespace {
 
-constexpr auto kAllow = JSONReadingOptions::AllowFragments;
-
-JSON parsed(const char* text) {
-    return JSON(QByteArray(text));
+JSON parsed(const QByteArray& text) {
+    return JSON(text);
 }
 
 // The same value out of a text and made of Qt's values: neither may ever behave differently.
-std::vector<JSON> bothForms(const char* text) {
+std::vector<JSON> bothForms(const QByteArray& text) {
     const JSON json = parsed(text);
     return {json, JSON(json.object())};
 }
@@ -43,57 +33,46 @@ TEST(JSONTest, WrongStepsGiveNullWithTheErrorOfTheLast) {
     const std::string notArray = "901 Array[0] failure, It is not an array";
     const std::string notDictionary = "901 Dictionary[\"b\"] failure, It is not an dictionary";
     for (const JSON& json : bothForms(R"({"list":[1,2,3],"é":{"k":"v"}})")) {
-        const std::vector<std::pair<JSONPath, std::string>> rows = {
-            {{u"a"}, "500 Dictionary[\"a\"] does not exist"},
-            {{u"a", 0, u"b"}, notDictionary},
-            {{u"list", u"b"}, notDictionary},
-            {{0}, notArray},
-            {{u"a", 0}, notArray},
-            {{u"list", 3}, "900 Array[3] is out of bounds"},
-            {{u"list", -1}, "900 Array[-1] is out of bounds"},
+        const std::vector<std::pair<std::string, JSONPath>> rows = {
+            {"500 Dictionary[\"a\"] does not exist", {u"a"}},
+            {notDictionary, {u"a", 0, u"b"}},
+            {notDictionary, {u"list", u"b"}},
+            {notArray, {0}},
+            {notArray, {u"a", 0}},
+            {"900 Array[3] is out of bounds", {u"list", 3}},
+            {"900 Array[-1] is out of bounds", {u"list", -1}},
         };
-        for (const auto& [path, expected] : rows) {
+        for (const auto& [expected, path] : rows) {
             EXPECT_EQ(errorOf(json[path]), expected);
             EXPECT_TRUE(json[path].null());
         }
         EXPECT_EQ(json.at(u"list", 2), JSON(3));
         EXPECT_EQ(json[u"é"][u"k"].string(), u"v"_qs);
-        EXPECT_EQ(errorOf(json[JSONPath{}]), "none");
         EXPECT_EQ(json[JSONPath{}], json);
     }
 }
 
 TEST(JSONTest, ReadsTexts) {
     const QByteArray deepest = QByteArray(512, '[') + QByteArray(512, ']');
-    const std::vector<std::pair<QByteArray, JSON::Type>> rows = {
-        {"true", JSON::Bool},
-        {"1", JSON::Number},
-        {"\xEF\xBB\xBF\"x\"", JSON::String},
-        {deepest, JSON::Array},
-        {'[' + deepest + ']', JSON::Null},
-        {QByteArray(1'000'000, '['), JSON::Null},
-        {"", JSON::Null},
-        {"{\"a\":", JSON::Null},
-        {"{\"a\":\"\xC3(\"}", JSON::Null},
-        {"[1,]", JSON::Null},
-        {"[01]", JSON::Null},
-        {"[1e999]", JSON::Null},
-        {QByteArray(JSON::kLargestText, ' ') + '1', JSON::Null},
-    };
-    for (const auto& [text, type] : rows) {
+    EXPECT_TRUE(parsed(deepest).array() && parsed("true").bool_() && parsed("1").number());
+    EXPECT_EQ(parsed("\xEF\xBB\xBF{\"\xEF\xBB\xBFk\":1}")[u"\ufeffk"], JSON(1));
+    const QByteArray huge = QByteArray(JSON::kLargestText, ' ') + '1';
+    for (const QByteArray& text : {QByteArray(), '[' + deepest + ']', QByteArray(1'000'000, '['), huge,
+                                   "{\"a\":"_qba, "[\"\xC3(\"]"_qba, "[1,]"_qba, "[01]"_qba, "[1e999]"_qba}) {
         JSONError error;
-        const JSON json(text, kAllow, &error);
-        EXPECT_EQ(json.type(), type) << text.left(20).toStdString();
-        EXPECT_FALSE(json.error());
-        EXPECT_EQ(error.localizedDescription.isEmpty(), type != JSON::Null) << text.left(20).toStdString();
+        const JSON json(text, JSONReadingOptions::AllowFragments, &error);
+        EXPECT_TRUE(json.null() && !json.error() && json.stringValue().isEmpty())
+            << text.left(9).toStdString();
+        EXPECT_FALSE(error.localizedDescription.isEmpty());
     }
     JSONError error;
-    EXPECT_TRUE(JSON(QByteArray("1"), JSONReadingOptions::None, &error).null());
+    EXPECT_TRUE(JSON("1"_qba, JSONReadingOptions::None, &error).null());
     EXPECT_NE(error.code, 0);
 }
 
 TEST(JSONTest, KeepsNumbersExactBothWays) {
-    const QByteArray text = "[-9223372036854775808,9223372036854775807,18446744073709551615,0.1,1e+22,12]";
+    const QByteArray text =
+        "[-9223372036854775808,9223372036854775807,18446744073709551615,0.1,1e+22,-92233720854775800.0,12]";
     const JSON json(text);
     EXPECT_EQ(json.rawData(), text);
     EXPECT_EQ(json[0].intValue(), std::numeric_limits<qint64>::min());
@@ -102,7 +81,7 @@ TEST(JSONTest, KeepsNumbersExactBothWays) {
     EXPECT_NE(JSON(9007199254740993), JSON(9007199254740992.0)); // no double is the former
     // An integer beyond 64 bits is a real, and leaves its neighbours alone.
     const JSON wide = parsed(R"(["\"-123456789012345678901",-123456789012345678901,9223372036854775807])");
-    EXPECT_EQ(wide[0].stringValue(), u"\"-123456789012345678901"_qs);
+    EXPECT_EQ(wide[0].string(), u"\"-123456789012345678901"_qs);
     EXPECT_EQ(wide[1].doubleValue(), -123456789012345678901.0);
     EXPECT_EQ(wide[2].int_(), std::numeric_limits<qint64>::max());
     EXPECT_EQ(JSON(300).int8Value(), 44);
@@ -112,35 +91,20 @@ TEST(JSONTest, KeepsNumbersExactBothWays) {
 }
 
 TEST(JSONTest, ConvertsLeniently) {
-    struct Row {
-        JSON json;
-        QString text;
-        bool boolean;
-        double number;
+    const std::vector<std::tuple<JSON, bool, double>> rows = {
+        {u"no", false, 0},  {u" \nyes", true, 0},
+        {u"1", true, 1},    {u"007", false, 7},
+        {u"inf", false, 0}, {u" -1.5e1 ", false, -15.0},
+        {12.5, true, 12.5}, {u"12 tracks", true, 0},
+        {true, true, 1},    {std::optional<int>(), false, 0},
     };
-    const std::vector<Row> rows = {
-        {12, u"12"_qs, true, 12},
-        {12.5, u"12.5"_qs, true, 12.5},
-        {0.0, u"0"_qs, false, 0},
-        {true, u"true"_qs, true, 1},
-        {u"no", u"no"_qs, false, 0},
-        {u" \nyes", u" \nyes"_qs, true, 0},
-        {u"1", u"1"_qs, true, 1},
-        {u"007", u"007"_qs, false, 7},
-        {u" -1.5e1 ", u" -1.5e1 "_qs, false, -15},
-        {u"12 tracks", u"12 tracks"_qs, true, 0},
-        {u"inf", u"inf"_qs, false, 0},
-        {nullptr, {}, false, 0},
-        {parsed("[1]"), {}, false, 0},
-        {std::optional<int>(), {}, false, 0},
-    };
-    for (const auto& [json, text, boolean, number] : rows) {
-        EXPECT_EQ(json.stringValue(), text);
-        EXPECT_EQ(json.boolValue(), boolean) << text.toStdString();
-        EXPECT_EQ(json.doubleValue(), number) << text.toStdString();
+    for (const auto& [json, boolean, number] : rows) {
+        EXPECT_EQ(json.boolValue(), boolean) << json.description().toStdString();
+        EXPECT_EQ(json.doubleValue(), number) << json.description().toStdString();
     }
-    EXPECT_FALSE(JSON(12).string() || JSON(1).bool_() || JSON(u"1").int_() || JSON().null() == std::nullopt);
-    EXPECT_EQ(JSON(true).int_(), 1);
+    EXPECT_EQ(JSON(12.0).stringValue() + JSON(true).stringValue() + parsed("[1]").stringValue(),
+              u"12true"_qs);
+    EXPECT_FALSE(JSON(12).string() || JSON(1).bool_() || JSON(u"1").int_() || JSON(1).null());
     EXPECT_EQ(JSON(u"http://h/a b?q=50%#é").URL()->toEncoded(), "http://h/a%20b?q=50%25%23%C3%A9");
     EXPECT_FALSE(JSON(u"http://[::1]/").URL() || JSON(u"").URL() || JSON(1).URL());
 }
@@ -186,8 +150,8 @@ TEST(JSONTest, WalksAndCounts) {
 
 TEST(JSONTest, Compares) {
     EXPECT_NE(JSON(true), JSON(1));
-    EXPECT_EQ(JSON(1), JSON(1.0));
-    EXPECT_TRUE(JSON(true) <= JSON(true) && !(JSON(false) < JSON(true)) && !(JSON(false) <= JSON(true)));
+    EXPECT_TRUE(JSON(1) == JSON(1.0) && JSON(true) <= JSON(true) && !(JSON(false) < JSON(true)) &&
+                !(JSON(false) <= JSON(true)));
     EXPECT_TRUE(JSON(u"a") < JSON(u"b") && !(JSON(u"1") < JSON(2)) && JSON() <= JSON());
     EXPECT_NE(JSON(QVariant(QDateTime())), JSON(QVariant(QDateTime())));
     // The two orders of these keys, by UTF-8 and by UTF-16, differ.
@@ -208,9 +172,8 @@ TEST(JSONTest, WritesTexts) {
     JSON unwritable = parsed("[1]");
     unwritable.set(0, std::nan(""));
     EXPECT_FALSE(unwritable.rawData() || unwritable.rawString() || JSON(1).rawData());
-    EXPECT_EQ(JSON(QVariant(QDateTime())).description(), u"unknown"_qs);
     EXPECT_EQ(errorOf(JSON(QVariant(QDateTime()))), "999 It is a unsupported type");
-    EXPECT_EQ(JSON().description(), u"null"_qs);
+    EXPECT_EQ(JSON(QVariant(QDateTime())).description() + JSON().description(), u"unknownnull"_qs);
 }
 
 } // namespace
