@@ -91,10 +91,22 @@ std::shared_ptr<const LibrarySongs> makeLibrary(int count, double& bytesPerSong)
     return songs;
 }
 
+/// As many hits as the step looks for, by the bare search.
+std::size_t bareSearch(std::string_view text, std::string_view piece) {
+    std::size_t hits = 0;
+    while (hits < kMaxiTunesSongResults) {
+        const void* hit = ::memmem(text.data(), text.size(), piece.data(), piece.size());
+        if (!hit)
+            break;
+        text.remove_prefix(static_cast<std::size_t>(static_cast<const char*>(hit) - text.data()) + 1);
+        ++hits;
+    }
+    return hits;
+}
+
 void measure(const LibrarySongs& songs, const Term& term, const std::string& size, const std::string& goal) {
     constexpr int rounds = 200;
     const SearchTerm lowered(term.text);
-    const auto titles = songs.foldedTitles();
     std::vector<double> ours, reference;
     for (int round = 0; round < rounds; ++round) {
         FoldedList<Track> tracks;
@@ -104,10 +116,11 @@ void measure(const LibrarySongs& songs, const Term& term, const std::string& siz
             songs, term.text, [] { return false; }, tracks, albums);
         ours.push_back(secondsSince(start) * 1e3);
         const auto bare = Clock::now();
-        benchmark::DoNotOptimize(
-            ::memmem(titles.data(), titles.size(), lowered.folded().data(), lowered.folded().size()));
+        benchmark::DoNotOptimize(bareSearch(songs.foldedTitles(), lowered.folded()));
         reference.push_back(secondsSince(bare) * 1e3);
     }
+    note({"search of " + size + " songs, " + term.name + ", median", "ms", quantile(ours, 0.5),
+          quantile(reference, 0.5), "memmem", ""});
     note({"search of " + size + " songs, " + term.name + ", p95", "ms", quantile(ours, 0.95),
           quantile(reference, 0.95), "memmem", goal});
 }

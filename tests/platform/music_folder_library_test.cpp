@@ -21,7 +21,7 @@ class MusicFolderLibraryTest : public testing::Test {
     MusicFolderLibraryTest() { open(); }
 
     void open() {
-        const MusicFolderLibrary::Options options{cache.toUtf8(), [this] { return setting; }};
+        const MusicFolderLibrary::Options options{cache.toUtf8(), [this] { return path({}); }};
         library = std::make_unique<MusicFolderLibrary>(test.session, options,
                                                        std::make_unique<VirtualExecutor>(test.loop));
     }
@@ -50,103 +50,81 @@ class MusicFolderLibraryTest : public testing::Test {
     TestSession test;
     QTemporaryDir folder;
     QString cache = folder.filePath(u"cache/merlode/library.sqlite"_qs);
-    QString setting = folder.filePath(u"Music/"_qs);
     std::unique_ptr<MusicFolderLibrary> library;
     std::vector<MediaItem> items; ///< that `titles` read
 };
 
 TEST_F(MusicFolderLibraryTest, OffersWhatItsTagsTellAndSurvivesWhatElseLiesThere) {
-    testing_support::MusicFile file{path(u"1.flac"_qs), u"Söng"_qs, u"B"_qs,
-                                    {u"A"_qs, u"C"_qs}, u"D"_qs,    u"03/12"_qs,
-                                    u"2/4"_qs,          true,       testing_support::noisePicture(3)};
+    testing_support::MusicFile file{path(u"1.flac"_qs), u"Söng"_qs, u"B"_qs, {u"A"_qs, u"C"_qs}, u"D"_qs};
+    std::tie(file.track, file.disc, file.isCompilation) = std::tuple(u"03/12"_qs, u"2/4"_qs, true);
+    file.picture = testing_support::noisePicture(3);
     ASSERT_TRUE(writeMusicFile(file));
     ASSERT_TRUE(writeMusicFile({.path = path(u"No album.flac"_qs), .artists = {u"Artist"_qs}}));
     write(u"No title.flac"_qs, {});
-    const QByteArray in = path({}).toUtf8();
+    const QByteArray in = path({}).toUtf8(), latin = in + "latin\xe9.flac";
     ASSERT_EQ(::symlink("../Music", (in + "circle").constData()), 0);
     ASSERT_EQ(::mkfifo((in + "pipe.mp3").constData(), 0600), 0);
-    ASSERT_EQ(::link((in + "1.flac").constData(), (in + "latin\xe9.flac").constData()), 0);
-    for (const auto& ending :
-         {u"mp3"_qs, u"flac"_qs, u"ogg"_qs, u"m4a"_qs, u"wma"_qs, u"wav"_qs, u"ape"_qs}) {
+    ASSERT_EQ(::link((in + "1.flac").constData(), latin.constData()), 0);
+    for (const auto& ending : u"mp3 flac ogg m4a wma wav ape"_qs.split(u' ')) {
         overwrite(path(u"empty."_qs + ending), {});
         ASSERT_TRUE(QFile::copy(file.path, path(u"half."_qs + ending)));
         ASSERT_TRUE(QFile::resize(path(u"half."_qs + ending), 60));
     }
-    EXPECT_FALSE(library->isFinal());
-    EXPECT_EQ(scan(), State::Finished);
-    EXPECT_TRUE(library->isFinal());
+    scan();
     EXPECT_EQ(library->progress(), (MediaLibrary::Progress{State::Finished, 18, 18}));
-    ASSERT_EQ(titles(), (QStringList{u"Söng"_qs, u"No title"_qs, u"Söng"_qs}));
+    ASSERT_EQ(titles().join(u'|'), u"Söng|No title|Söng"_qs);
     const auto& item = items[0];
-    EXPECT_EQ(item.artistName + u"|"_qs + item.albumTitle + item.albumArtist, u"A, C|BD"_qs);
-    EXPECT_EQ((std::vector<quint64>{item.totalTime, item.trackNumber, item.discNumber, item.discCount}),
-              (std::vector<quint64>{60'000, 3, 2, 4}));
+    EXPECT_EQ(item.artistName + item.albumTitle + item.albumArtist, u"A, CBD"_qs);
+    EXPECT_EQ(item.totalTime + item.trackNumber * 100U + item.discNumber * 10U + item.discCount, 60'324U);
     EXPECT_TRUE(item.isCompilation && item.hasArtwork && !items[1].hasArtwork);
     EXPECT_EQ(library->artwork(item.persistentID).pixels().width(), 3);
-    EXPECT_EQ(library->location(items[2].persistentID), in + "latin\xe9.flac");
-    ::unlink((in + "latin\xe9.flac").constData()); // Qt does not find it again
+    EXPECT_EQ(library->location(items[2].persistentID), latin);
+    ::unlink(latin.constData()); // Qt does not find it again
 }
 
-TEST_F(MusicFolderLibraryTest, ReadsAgainOnlyWhatHasChanged) {
-    const auto keepTime = [this] {
-        const utimbuf time{1'500'000'000, 1'500'000'000};
-        ASSERT_EQ(::utime(path(u"a/song.flac"_qs).toUtf8().constData(), &time), 0);
-    };
+TEST_F(MusicFolderLibraryTest, ReadsAgainWhatHasChangedAndForgetsWhatIsGoneForSure) {
+    const QString a = path(u"a/song.flac"_qs);
+    const utimbuf time{1'500'000'000, 1'500'000'000};
     for (const auto& name : {u"a"_qs, u"b"_qs, u"c"_qs})
         write(name + u"/song.flac"_qs, name);
-    keepTime();
+    ASSERT_EQ(::utime(a.toUtf8().constData(), &time), 0);
+    library->startScan();
+    library->cancelScan();
+    test.loop.runUntilIdle();
+    EXPECT_TRUE(library->progress().state == State::Cancelled && !library->isFinal());
     scan();
     ASSERT_EQ(titles().size(), 3);
     const auto id = items[1].persistentID;
-    overwrite(path(u"a/song.flac"_qs), QByteArray(QFileInfo(path(u"a/song.flac"_qs)).size(), 'x'));
-    keepTime();
+    overwrite(a, QByteArray(QFileInfo(a).size(), 'x')); // which nobody can see from outside
+    ASSERT_EQ(::utime(a.toUtf8().constData(), &time), 0);
     write(u"b/song.flac"_qs, u"edited"_qs);
     overwrite(path(u"b/Cover.jpg"_qs), testing_support::noisePicture(5));
     ASSERT_TRUE(QFile::remove(path(u"c/song.flac"_qs)));
     open();
-    EXPECT_EQ(titles().size(), 3) << "what was known is there before the scan";
+    EXPECT_TRUE(titles().size() == 3 && library->isFinal()) << "before the scan";
     EXPECT_EQ(scan(), State::Finished);
     ASSERT_EQ(titles(), (QStringList{u"a"_qs, u"edited"_qs}));
-    EXPECT_EQ(items[1].persistentID, id);
     EXPECT_EQ(library->artwork(id).pixels().width(), 5);
-}
-
-TEST_F(MusicFolderLibraryTest, NothingIsForgottenWhenTheMusicIsOutOfReach) {
-    write(u"song.flac"_qs, u"song"_qs);
-    library->startScan();
-    library->cancelScan();
-    test.loop.runUntilIdle();
-    EXPECT_EQ(library->progress().state, State::Cancelled);
-    EXPECT_FALSE(library->isFinal());
-    scan();
     ASSERT_TRUE(QDir().rename(path({}), folder.filePath(u"unmounted"_qs)));
     EXPECT_EQ(scan(), State::Unreachable);
-    ASSERT_TRUE(QDir().mkpath(path({})));
-    EXPECT_EQ(scan(), State::Unreachable) << "the empty folder of a disk";
-    EXPECT_EQ(titles(), QStringList(u"song"_qs));
+    ASSERT_TRUE(QDir().mkpath(path({})) && scan() == State::Unreachable) << "the empty folder of a disk";
+    EXPECT_EQ(titles().size(), 2) << "nothing is forgotten";
 }
 
 TEST_F(MusicFolderLibraryTest, ADamagedDatabaseIsBegunAnewWithTheSameIds) {
     write(u"song.flac"_qs, u"song"_qs);
     scan();
-    ASSERT_EQ(titles().size(), 1);
-    const auto id = items[0].persistentID;
-    for (const auto& [at, bytes] :
-         {std::pair(0, "no database"), {60, "9999"}, {4096, "damaged"}}) { // 60: the version
+    const auto id = LibraryCache::persistentIDOf(path(u"song.flac"_qs).toUtf8());
+    for (const int at : {0, 60, 4096}) { // the start, the version, the tables
         library.reset();
         QFile file(cache);
-        ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.seek(at) && file.write(bytes) > 0);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.seek(at) && file.write("damaged") > 0);
         file.close();
         open();
         EXPECT_TRUE(titles().isEmpty()) << at;
         EXPECT_EQ(scan(), State::Finished);
-        ASSERT_EQ(titles().size(), 1);
-        EXPECT_EQ(items[0].persistentID, id);
+        EXPECT_TRUE(titles().size() == 1 && library->location(id)) << at;
     }
-    cache = path(u"song.flac/library.sqlite"_qs);
-    open();
-    EXPECT_EQ(scan(), State::Finished);
-    EXPECT_TRUE(titles().isEmpty() && !library->isFinal()) << "there is no place for a database";
 }
 
 TEST(MusicFolderLibraryThreadTest, EndsInTheMiddleOfAScan) {
@@ -154,9 +132,9 @@ TEST(MusicFolderLibraryThreadTest, EndsInTheMiddleOfAScan) {
     for (int number = 0; number < 200; ++number)
         ASSERT_TRUE(writeMusicFile({.path = folder.filePath(u"%1.flac"_qs.arg(number))}));
     for (int round = 0; round < 10; ++round) {
-        const auto cache = folder.filePath(u"cache%1"_qs.arg(round)).toUtf8();
         TestSession test;
-        MusicFolderLibrary library(test.session, {cache, [&] { return folder.path(); }},
+        const QString cache = folder.filePath(u"cache%1"_qs.arg(round));
+        MusicFolderLibrary library(test.session, {cache.toUtf8(), [&] { return folder.path(); }},
                                    makeThreadPoolExecutor());
         library.startScan();
         for (int read = 0; read < round; ++read)

@@ -41,13 +41,9 @@ class FakeMediaLibrary final : public MediaLibrary {
     std::vector<quint64> read; ///< whose art was asked for
     bool final = true;
     Progress state;
-
     void readItems(const Visit& visit) override { std::ignore = std::ranges::all_of(items, visit); }
     bool isFinal() override { return final; }
-    Image artwork(quint64 id) override {
-        read.push_back(id);
-        return picture;
-    }
+    Image artwork(quint64 id) override { return read.push_back(id), picture; }
     std::optional<QByteArray> location(quint64) override { return std::nullopt; }
     void startScan() override { state.state = State::Scanning; }
     void cancelScan() override { state.state = State::Cancelled; }
