@@ -25,6 +25,12 @@ QString described(const std::variant<Command, UsageError>& parsed) {
                     .arg(command.amount->value);
     if (!command.role.isEmpty())
         text += u' ' + command.role + u' ' + command.program;
+    if (command.row)
+        text += QStringLiteral(" %1").arg(*command.row);
+    for (const auto& operand : {command.service, command.term, command.action})
+        text += operand.isEmpty() ? QString() : u' ' + operand;
+    if (command.limit)
+        text += QStringLiteral(" %1").arg(*command.limit);
     if (command.helpTopic)
         text += u' ' + QString(entryOf(*command.helpTopic).name);
     return text;
@@ -85,6 +91,15 @@ TEST(CommandLine, PositionsAndVolumesInEveryForm) {
 
 TEST(CommandLine, PlayersAndHelp) {
     check({{"players use local mpd", "players local mpd"},
+           {"play 3 --on spotify", "play 3 spotify"},
+           {"play --on rdio", "!--on goes with a row"},
+           {"play 0", "!no row"},
+           {"play 1 --on moon", "!unknown service 'moon'"},
+           {"search  two words --limit 5", "search two words 5"},
+           {"search --limit 0 x", "!no number of rows"},
+           {"search", "!something to look for"},
+           {"library rescan", "library rescan"},
+           {"library burn", "!library cancel"},
            {"players use tape mpd", "!unknown role 'tape'"},
            {"players use local", "!players use ROLE PROGRAM"},
            {"-h", "help"},

@@ -16,6 +16,22 @@ QJsonObject object(const char* json) {
 
 } // namespace
 
+TEST(Render, ASearchIsATableWithWhatFailedBelow) {
+    const auto found = object(R"({"rows":[
+        {"row":1,"kind":"track","title":"A","artist":"B","album":"C","services":["library","spotify"]},
+        {"row":2,"kind":"track","title":"A2","services":[]},
+        {"row":3,"kind":"station","title":"A title\u001b that is far too long for any table","services":["pandora"]}],
+        "services":[{"service":"spotify","failure":"it answered 401"},{"service":"library"}]})");
+    EXPECT_EQ(searchText(limited(found, 1)),
+              QStringLiteral("  1  track    A                                     B  C  library spotify\n"
+                             "  3  station  A title\uFFFD that is far too long for a…        pandora\n"
+                             "spotify gave nothing: it answered 401\n"));
+    EXPECT_EQ(searchText({}), QStringLiteral("nothing was found\n"));
+    EXPECT_EQ(
+        libraryText(object(R"({"state":"scanning","folder":"/m","filesSeen":3,"filesTotal":9,"songs":2})")),
+        QStringLiteral("scanning /m: 3 of 9 files, 2 songs so far\n"));
+}
+
 TEST(Render, StatusLeavesOutWhatIsAbsent) {
     const auto full = object(R"({"state":"playing","player":"iTunes","program":"mpd","title":"Kite\nString",
                                  "position":5,"duration":185,"volume":40,"muted":true})");

@@ -122,6 +122,40 @@ TEST_F(CurlHttpClientTest, ARequestIsSentAsItWasAskedForAndNothingElse) {
     EXPECT_FALSE(requests[1].headers.contains("cookie"));
 }
 
+TEST_F(CurlHttpClientTest, ManyRequestsGoOutSideBySideAndStopTogether) {
+    std::vector<HttpRequest> wanted;
+    std::vector<HttpClient::Reply> expected;
+    for (int number = 0; number < 15; ++number) {
+        const bool missing = number % 5 == 4;
+        const QByteArray body = QByteArray::number(number);
+        const QString url =
+            serve(u"/%1"_qs.arg(number), {.status = missing ? 404 : 200, .body = body, .latency = 0.05});
+        wanted.push_back({.url = number == 7 ? u"no address"_qs : url});
+        expected.push_back(missing || number == 7 ? std::nullopt : HttpClient::Reply(body));
+    }
+    EXPECT_EQ(http.sendAll(wanted, {}), expected);
+    EXPECT_GT(server.connections(), 1);
+    EXPECT_LE(server.connections(), int(CurlHttpClient::kSideBySide));
+
+    for (auto& request : wanted)
+        request.url = serve(u"/slow"_qs, {.body = "late", .duration = 60});
+    HttpCancellation cancellation;
+    std::thread stopper([&] {
+        const auto asked = [&] {
+            const std::lock_guard lock(mutex);
+            return requests.size();
+        };
+        while (asked() < 15) // all but one of the first time, and one of the second
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        cancellation.cancel();
+    });
+    EXPECT_EQ(http.sendAll(wanted, cancellation), std::vector<HttpClient::Reply>(15));
+    stopper.join();
+    QString failure;
+    EXPECT_FALSE(http.send({.url = serve(u"/gone"_qs, {.status = 410})}, {}, &failure));
+    EXPECT_EQ(failure, u"it answered 410"_qs);
+}
+
 TEST_F(CurlHttpClientTest, AHostThatAsksForAPauseGetsIt) {
     const QString url = serve(u"/"_qs, {.status = 429, .headers = {{"Retry-After", "600"}}});
     testing::internal::CaptureStderr();

@@ -199,6 +199,35 @@ TEST_F(ProgramTest, TheDemoPlaysItsFirstAlbumAndObeysEveryWord) {
 }
 
 // SIGTERM also comes in the middle of things: here while the rest of the music is being made.
+TEST_F(ProgramTest, OneSearchFindsWhatSeveralServicesHaveAndARowPlays) {
+    startDemo();
+    const auto& album = demoCatalogue().front();
+    const QByteArray words = "search --json " + album.title.toUtf8();
+    int row = 0;
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            const auto found = QJsonDocument::fromJson(ctl(words.constData()).out).object();
+            for (const auto& value : found[u"rows"].toArray()) {
+                if (value[u"kind"].toString() == u"album" &&
+                    value[u"services"].toArray() == QJsonArray({u"library"_qs, u"spotify"_qs}))
+                    row = value[u"row"].toInt();
+            }
+            return row > 0;
+        },
+        kPatience));
+    const QByteArray play = "play " + QByteArray::number(row);
+    const auto refused = ctl((play + " --on spotify").constData());
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_EQ(refused.errors, "merlodectl: Spotify is not installed: Please install Spotify\n");
+    ASSERT_EQ(ctl("next").code, 0);
+    EXPECT_EQ(ctl(play.constData()).code, 0);
+    EXPECT_TRUE(becomes(u"title"_qs, album.tracks[0].title));
+    EXPECT_TRUE(waitUntil([&] { return ctl("library").out.startsWith("up to date: "); }, kPatience));
+    const auto nothing = ctl("search zzzqqqxxx");
+    EXPECT_EQ(nothing.out, "nothing was found\n") << nothing.errors.constData();
+    EXPECT_EQ(ctl(play.constData()).code, 1) << "the rows of the search before are gone";
+}
+
 TEST_F(ProgramTest, ATerminatedDemoLeavesNothingBehind) {
     startDemo();
     EXPECT_TRUE(descendants().contains(u"mpd"_qs));
