@@ -47,10 +47,12 @@ std::span<const LibrarySongs::Place> LibrarySongs::songsOf(Row row) const {
 }
 
 std::span<const LibrarySongs::Row> LibrarySongs::rowsOf(const SearchTerm& albumTitle) const {
-    const auto found = std::ranges::equal_range(rowsByTitle_, albumTitle.folded(), {}, [this](Row row) {
-        return albumTitles_.folded(albums_[row].title);
-    });
-    return {found.begin(), found.end()};
+    const auto titleOf = [this](Row row) { return albumTitles_.folded(albums_[row].title); };
+    const auto first =
+        std::ranges::lower_bound(rowsByTitle_, albumTitle.folded(), std::ranges::less(), titleOf);
+    const auto last = std::ranges::upper_bound(first, rowsByTitle_.end(), albumTitle.folded(),
+                                               std::ranges::less(), titleOf);
+    return {first, last};
 }
 
 bool LibrarySongs::isBy(Row row, const SearchTerm& artist) const {

@@ -180,7 +180,7 @@ std::optional<QByteArray> LibraryCache::path(quint64 persistentID) {
     if (!writer())
         return std::nullopt;
     auto& row = writer_->path.bind(1, static_cast<qint64>(persistentID));
-    const auto found = row.step() ? std::optional(row.bytes(0)) : std::nullopt;
+    auto found = row.step() ? std::optional(row.bytes(0)) : std::nullopt;
     row.reset();
     return found;
 }
