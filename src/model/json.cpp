@@ -94,14 +94,14 @@ JSON::JSON(const std::vector<JSON>& array) : type_(Array) {
     list.reserve(static_cast<qsizetype>(array.size()));
     for (const JSON& element : array)
         list.append(element.object());
-    content_ = QVariant(std::move(list));
+    content_ = QVariant(list);
 }
 
 JSON::JSON(const QMap<QString, JSON>& dictionary) : type_(Dictionary) {
     QVariantMap map;
     for (auto field = dictionary.cbegin(); field != dictionary.cend(); ++field)
         map.insert(map.cend(), field.key(), field.value().object());
-    content_ = QVariant(std::move(map));
+    content_ = QVariant(map);
 }
 
 std::optional<JSON> JSON::fromRawValue(const QVariant& object) {

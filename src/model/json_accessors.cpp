@@ -70,7 +70,7 @@ std::optional<QMap<QString, JSON>> JSON::dictionary() const {
     QMap<QString, JSON> fields;
     JSONGenerator walk(*this);
     while (auto field = walk.next())
-        fields.insert(fields.cend(), field->first, std::move(field->second));
+        fields.insert(fields.cend(), field->first, field->second);
     return fields;
 }
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <tuple>
 
 #include <simdjson.h>
@@ -56,12 +55,18 @@ class Utf8Key {
     QVarLengthArray<char, 64> bytes_;
 };
 
-bool fitsInteger(QByteArrayView digits) {
+bool isAnyOf(std::string_view characters, char character) {
+    return characters.find(character) != std::string_view::npos;
+}
+
+bool isWideInteger(QByteArrayView number) {
+    if (std::ranges::any_of(number, [](char character) { return isAnyOf(".eE", character); }))
+        return false;
     bool fits = false;
-    std::ignore = digits.toLongLong(&fits);
+    std::ignore = number.toLongLong(&fits);
     if (!fits)
-        std::ignore = digits.toULongLong(&fits);
-    return fits;
+        std::ignore = number.toULongLong(&fits);
+    return !fits;
 }
 
 // Integers beyond 64 bits are good JSON, but the parser takes them for errors. With an exponent they are
@@ -70,24 +75,22 @@ QByteArray wideIntegersAsReals(QByteArrayView text) {
     QByteArray result;
     bool quoted = false;
     for (qsizetype at = 0; at < text.size();) {
-        const char* const first = text.begin() + at;
-        const char* const last = quoted ? first : std::find_if_not(first, text.end(), [](char character) {
-            return (character >= '0' && character <= '9') || std::strchr("+-.eE", character);
-        });
-        const QByteArrayView number(first, last);
-        if (number.isEmpty()) {
-            if (*first == '"')
-                quoted = !quoted;
-            const qsizetype length = quoted && *first == '\\' && at + 1 < text.size() ? 2 : 1;
-            result.append(first, length);
-            at += length;
-            continue;
+        const char character = text[at];
+        qsizetype length = 1;
+        if (quoted || !isAnyOf("-0123456789", character)) {
+            quoted ^= character == '"';
+            if (quoted && character == '\\' && at + 1 < text.size())
+                length = 2;
+            result += text.sliced(at, length);
+        } else {
+            const auto rest = text.sliced(at);
+            length = std::ranges::find_if_not(rest, [](char c) { return isAnyOf("+-.eE0123456789", c); }) -
+                     rest.begin();
+            result += rest.first(length);
+            if (isWideInteger(rest.first(length)))
+                result += "e0";
         }
-        result.append(number);
-        const bool isInteger = std::none_of(first, last, [](char c) { return std::strchr(".eE", c); });
-        if (isInteger && !fitsInteger(number))
-            result.append("e0");
-        at += number.size();
+        at += length;
     }
     return result;
 }

@@ -124,8 +124,9 @@ class AEXMLDocument : public AEXMLElement {
 
     /// Replaces the children by what the data holds. Nothing on success. After a failure what was read up to
     /// there stays; the domain is "QXmlStreamReader" and the code the reader's, or "net.Brolin.AEXML" for
-    /// data beyond the limits above, with attribute defaults, or with entities that hold more than text.
-    /// External entities are never looked for.
+    /// data beyond the limits above, in an encoding that is unknown or broken, or which declares parameter
+    /// entities, default attributes, or entities that hold more than text. External entities are never looked
+    /// for.
     std::optional<ValueError> loadXMLData(const QByteArray& data);
 };
 
