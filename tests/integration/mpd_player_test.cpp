@@ -37,7 +37,12 @@ class MpdPlayerTest : public testing::Test {
         const QStringList both{u"Bob"_qs, u"Ann"_qs};
         const MusicFile files[] = {
             // the first has a picture of more than one piece
-            {music + u"/first/1.flac"_qs, u"One"_qs, u"First"_qs, ann, {}, u"1/2"_qs, noisePicture(640)},
+            {.path = music + u"/first/1.flac"_qs,
+             .title = u"One"_qs,
+             .album = u"First"_qs,
+             .artists = ann,
+             .track = u"1/2"_qs,
+             .picture = noisePicture(640)},
             {music + u"/first/2.flac"_qs, u"Two"_qs, u"First"_qs, ann},
             {music + u"/second/a.flac"_qs, u"Four"_qs, u"Second"_qs, both, u"Various"_qs, u"2"_qs},
             {music + u"/second/b.flac"_qs, kOddTitle, u"Second"_qs, both, u"Various"_qs, u"1"_qs}};

@@ -38,8 +38,12 @@ class RealMprisPlayerTest : public testing::TestWithParam<RealPlayer> {
             GTEST_SKIP() << GetParam().suffix << " is not installed";
         ASSERT_FALSE(bus_.address().isEmpty());
         const QByteArray cover = testing_support::noisePicture(20);
-        ASSERT_TRUE(testing_support::writeMusicFile(
-            {song(), u"Silence"_qs, u"Record"_qs, {u"Band"_qs}, QString(), u"1"_qs, cover}));
+        ASSERT_TRUE(testing_support::writeMusicFile({.path = song(),
+                                                     .title = u"Silence"_qs,
+                                                     .album = u"Record"_qs,
+                                                     .artists = {u"Band"_qs},
+                                                     .track = u"1"_qs,
+                                                     .picture = cover}));
         program_ = std::make_unique<MprisProgram>(
             bus_.connect(), loop_, MprisProgramOptions{QString::fromLatin1(GetParam().suffix), {}, options_});
         program_->start({.changed = [this] { ++changes_; },
