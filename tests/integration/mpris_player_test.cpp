@@ -208,6 +208,18 @@ TEST_F(MprisProgramTest, WhatAPlayerForgetsToAnnounceIsFoundWhenTheVolumeIsPolle
     EXPECT_EQ(player->readings(), readings + 1);
 }
 
+TEST_F(MprisProgramTest, ATrackThatBeginsToPlayWithoutAWordIsSeenToPlay) {
+    const auto player = run(u"double"_qs, {{u"PlaybackStatus"_qs, u"Stopped"_qs}});
+    start();
+    program_->settle(5);
+    player->announce({{u"Metadata"_qs, MprisDouble::metadata(u"First"_qs)}});
+    ASSERT_TRUE(waitForTitle(u"First"_qs));
+    EXPECT_TRUE(wait([&] { return player->readings() > 1; }));
+    player->change({{u"PlaybackStatus"_qs, u"Playing"_qs}});
+    loop_.advance(1);
+    EXPECT_TRUE(wait([&] { return program_->player()->playerState() == kPlayerStatePlaying; }));
+}
+
 TEST_F(MprisProgramTest, PositionsRunOnAndFollowSeeksAndNewTracks) {
     const auto player = run(u"double"_qs, playing(u"One"_qs, 10'000'000));
     start();

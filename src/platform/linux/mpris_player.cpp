@@ -18,6 +18,7 @@ Q_LOGGING_CATEGORY(lcPlayer, "merlode.platform", QtWarningMsg)
 
 constexpr double kMicroseconds = 1e6;
 constexpr double kPauseSeconds = 0.1;
+constexpr double kLateStateSeconds = 0.7;
 
 bool isReply(const QDBusMessage& answer) {
     return answer.type() == QDBusMessage::ReplyMessage && !answer.arguments().isEmpty();
@@ -85,6 +86,7 @@ void MprisPlayer::retire() {
     positionWanted_.invalidate();
     refreshWanted_.invalidate();
     opening_.invalidate();
+    lateState_.invalidate();
     art_.want({});
 }
 
@@ -307,6 +309,9 @@ void MprisPlayer::takeIn(const MprisChange& change) {
         events_.changed();
     if (!change.moved)
         return;
+    // A player that was idle starts its first track without a word, and some time after it told the track.
+    if (change.track && mirror_.state() != kPlayerStatePlaying)
+        lateState_ = runLoop_.after(kLateStateSeconds, [this] { refresh(); });
     // Players forget to announce what comes with a new state: capabilities, or the state that a new track
     // brings.
     if (change.state || (change.track && mirror_.state() != kPlayerStatePlaying))

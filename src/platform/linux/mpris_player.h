@@ -114,6 +114,7 @@ class MprisPlayer final : public QObject, public ScriptedPlayer {
     Timer positionWanted_;
     Timer refreshWanted_;
     quint64 wish_ = 0; // counts what the user asked for; a late reply to an earlier wish starts nothing
+    Timer lateState_;  // runs while the state of a new track may be on its way
     Timer opening_;    // runs while an opened address has time to begin
     bool playWhenRead_ = false; // the next full reading decides whether the player has to be told to play
     bool answered_ = false;
