@@ -35,6 +35,8 @@ PrivateBus::PrivateBus() {
     auto variables = QProcessEnvironment::systemEnvironment();
     variables.remove(u"DISPLAY"_qs); // services that the bus starts keep off the tester's screen
     daemon_.setProcessEnvironment(variables);
+    // What it and the services that it starts complain of would fill a pipe that nobody reads, and block it.
+    daemon_.setStandardErrorFile(QProcess::nullDevice());
     daemon_.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
     daemon_.start(u"dbus-daemon"_qs, {u"--session"_qs, u"--print-address"_qs, u"--nofork"_qs});
     while (!daemon_.canReadLine() && daemon_.waitForReadyRead(kDeadlineMilliseconds)) {
