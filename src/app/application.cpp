@@ -253,7 +253,8 @@ void Application::serveBus() {
     actions.playRow = [&parts](uint row, const QString& service) {
         return parts.searchRows->play(row, service);
     };
-    actions.library = [&parts](const QString& action, const std::function<void(const QVariantMap&)>& done) {
+    actions.libraryState = [&parts](const QString& action,
+                                    const std::function<void(const QVariantMap&)>& done) {
         libraryAction(action);
         parts.session.queue(kLibraryQueue).async([&session = parts.session, items = parts.items, done] {
             const auto songs = items->iTunesSongs()->size();

@@ -237,8 +237,8 @@ QVariantMap ControlService::Library(const QString& action) {
     session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(), action] {
         if (!self)
             return;
-        self->actions_.library(action,
-                               [call, bus](const QVariantMap& state) { bus.send(call.createReply(state)); });
+        self->actions_.libraryState(
+            action, [call, bus](const QVariantMap& state) { bus.send(call.createReply(state)); });
     });
     return {};
 }

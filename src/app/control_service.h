@@ -38,7 +38,7 @@ struct ControlActions {
     /// Plays a row of the last search; a message for people, or why it cannot be played.
     std::function<std::variant<QString, ControlError>(uint row, const QString& service)> playRow;
     /// Begins or cancels a scan of the library, or neither, and calls back with its state.
-    std::function<void(const QString& action, std::function<void(const QVariantMap&)> done)> library;
+    std::function<void(const QString& action, std::function<void(const QVariantMap&)> done)> libraryState;
     std::function<void()> reopen;
     std::function<void()> quit;
 };

@@ -74,7 +74,7 @@ MusicFolderLibrary::MusicFolderLibrary(Session& session, Options options, std::u
       folder_(folderPath(options_.folder()).value_or(QByteArray())),
       executor_(std::move(executor)) {
     for (auto& queue : queues_)
-        queue = std::make_unique<DispatchQueue>(QStringLiteral("co.vantry.Merlode.Library"), *executor_,
+        queue = std::make_unique<DispatchQueue>(QStringLiteral("co.vantry.Merlode.LibraryScan"), *executor_,
                                                 &session);
 }
 
