@@ -11,8 +11,9 @@
 #include <memory>
 #include <optional>
 
-/// What player control asks of parts that stand above it. Each link has a null implementation, which does
-/// what a program without that part would do; `src/app` installs the real ones. All on the main thread.
+/// What player control asks of parts that stand above it; `src/app` installs them. A link whose part is not
+/// there yet has a null implementation, which does what a program without it would do. All on the main
+/// thread.
 namespace merlode {
 
 class Album;
@@ -37,13 +38,6 @@ class SearchLink {
     /// Looks for the art of the track with this address and hands it to `PlayerController::replaceAlbumArt`.
     virtual void findSpotifyAlbumArt(const QString& spotifyUrl) = 0;
     virtual void findiTunesAlbumArt(const std::shared_ptr<Track>& track) = 0;
-};
-
-class NullSearchLink final : public SearchLink {
-  public:
-    void refreshRelatedArtists() override {}
-    void findSpotifyAlbumArt(const QString&) override {}
-    void findiTunesAlbumArt(const std::shared_ptr<Track>&) override {}
 };
 
 /// The usage reporter and, behind it, the scrobbler.
