@@ -8,6 +8,9 @@
 
 namespace merlode {
 
+class Album;
+class Track;
+
 /// What player control needs of the link to other machines: to tell clients of changes, to ask things of the
 /// host, and to take the machine back when its own player starts while it is somebody's client. Main thread.
 class RemoteLink {
@@ -29,6 +32,17 @@ class RemoteLink {
     /// Sends the action to the host whose client this machine is. Nothing happens, and nobody is told, when
     /// there is none or the connection has gone.
     virtual void sendMessageToHost(RemoteAction action, const QVariantMap& payload) = 0;
+
+    /// The client that connected from this address, the first one where several did. Nothing when none did.
+    virtual std::optional<ClientId> getClientSocketFromAddress(const QString& address) const = 0;
+
+    /// Sends the client with this address what it searched for. Nothing happens when it has gone.
+    virtual void broadcastRemoteSearch(const QVariantMap& results, const QString& address) = 0;
+
+    /// Sends the client with this address the album, or the track, with the play key that it asked for.
+    /// Nothing happens when it has gone.
+    virtual void broadcastRemoteiTunesAlbumKey(const Album& album, const QString& address) = 0;
+    virtual void broadcastRemoteiTunesTrackKey(const Track& track, const QString& address) = 0;
 
     /// Has the client with this address show an alert. Nothing happens when it has gone.
     virtual void broadcastAlertToClient(const QString& title, const QString& message,
@@ -54,6 +68,10 @@ class NullRemoteLink final : public RemoteLink {
     bool hasClients() const override { return false; }
     void connectToSelf() override {}
     void sendMessageToHost(RemoteAction, const QVariantMap&) override {}
+    std::optional<ClientId> getClientSocketFromAddress(const QString&) const override { return {}; }
+    void broadcastRemoteSearch(const QVariantMap&, const QString&) override {}
+    void broadcastRemoteiTunesAlbumKey(const Album&, const QString&) override {}
+    void broadcastRemoteiTunesTrackKey(const Track&, const QString&) override {}
     void broadcastAlertToClient(const QString&, const QString&, const QString&) override {}
     void broadcastMessage(RemoteAction, const QVariantMap&, std::optional<ClientId>) override {}
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/album.h"
 #include "model/pandora_item.h"
 #include "model/remote_link.h"
 #include "model/track.h"
@@ -70,9 +71,11 @@ class RecordingRemoteLink final : public RemoteLink {
         std::optional<ClientId> client;
         bool operator==(const Sent&) const = default;
     };
-    std::vector<Sent> log;                    ///< to the clients, in order
-    std::map<RemoteAction, QVariantMap> last; ///< payload of the last message of each action
-    QList<QStringList> alerts;                ///< title, text and address of those shown to clients
+    std::vector<Sent> log;                          ///< to the clients, in order
+    std::map<RemoteAction, QVariantMap> last;       ///< payload of the last message of each action
+    QList<QStringList> alerts;                      ///< title, text and address of those shown to clients
+    QList<std::pair<QString, QVariantMap>> answers; ///< to one client's question: its address, what was said
+    std::map<QString, ClientId> clients;            ///< by address
     bool isConnecting = false;
     int connectedToSelf = 0;
 
@@ -82,6 +85,19 @@ class RecordingRemoteLink final : public RemoteLink {
     void connectToSelf() override { ++connectedToSelf; }
     void sendMessageToHost(RemoteAction action, const QVariantMap& payload) override {
         last[action] = payload;
+    }
+    std::optional<ClientId> getClientSocketFromAddress(const QString& address) const override {
+        const auto found = clients.find(address);
+        return found == clients.end() ? std::nullopt : std::optional(found->second);
+    }
+    void broadcastRemoteSearch(const QVariantMap& results, const QString& address) override {
+        answers << std::pair{address, results};
+    }
+    void broadcastRemoteiTunesAlbumKey(const Album& album, const QString& address) override {
+        answers << std::pair{address, album.albumToDictionary(true)};
+    }
+    void broadcastRemoteiTunesTrackKey(const Track& track, const QString& address) override {
+        answers << std::pair{address, track.trackToDictionary()};
     }
     void broadcastAlertToClient(const QString& title, const QString& message,
                                 const QString& address) override {

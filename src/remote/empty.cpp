@@ -1,0 +1,2 @@
+// A static library needs one source.
+namespace merlode {}
