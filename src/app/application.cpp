@@ -11,6 +11,7 @@
 #include "app/mpris_service.h"
 #include "app/role_assignment.h"
 #include "app/search_rows.h"
+#include "app/spotify_sign_in.h"
 #include "app/status.h"
 #include "app/status_publisher.h"
 #include "base/control_interface.h"
@@ -20,6 +21,7 @@
 #include "base/session.h"
 #include "model/remote_link.h"
 #include "model/service_hosts.h"
+#include "model/signing_http_client.h"
 #include "platform/linux/freedesktop_notification_center.h"
 #include "platform/linux/log_alerts.h"
 #include "platform/linux/mpris_names.h"
@@ -83,6 +85,22 @@ QVariantMap libraryState(Session& session, LibrarySongs::Place songs) {
             {QStringLiteral("filesTotal"), progress.filesTotal}};
 }
 
+void spotifyAction(SpotifySignIn& signIn, const QStringList& words,
+                   std::function<void(const std::variant<QString, ControlError>&)> done) {
+    const auto answer = [done = std::move(done)](const SpotifySignIn::Outcome& outcome) {
+        if (outcome.done)
+            done(outcome.message);
+        else
+            done(ControlError{QString::fromLatin1(control::kErrorInvalidArgument), outcome.message});
+    };
+    if (words[0] == u"login")
+        signIn.login(words[1], words[2], answer);
+    else if (words[0] == u"logout")
+        signIn.logout(answer);
+    else
+        answer({true, signIn.state().message});
+}
+
 class Controllers final : public ControllersLink {
   public:
     explicit Controllers(std::function<void()> findPlayers) : findPlayers_(std::move(findPlayers)) {}
@@ -126,6 +144,7 @@ struct Application::Parts {
     std::unique_ptr<ArtFile> artFile;
     std::unique_ptr<StatusPublisher> publisher;
     std::unique_ptr<SearchRows> searchRows;
+    std::unique_ptr<SpotifySignIn> spotify;
     std::unique_ptr<ControlService> control;
     std::unique_ptr<MprisService> mpris;
     std::unique_ptr<Demo> demo;
@@ -170,6 +189,7 @@ void Application::findPlayers() {
         configureDemo(parts_->session.port<UserDefaults>(), options_.demoFolder,
                       modules::startDemoServices(parts_->demoServices));
     ServiceHosts::sharedController(); // reads the settings, which other threads may not
+    parts_->spotify->restore();
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QString runtime = privateRuntimeFolder(options_);
     parts_->assignment = std::make_unique<RoleAssignment>(
@@ -190,7 +210,10 @@ void Application::installPorts() {
     const auto report = [](const QString& message) { qCWarning(log).noquote() << message; };
     session.install<UserDefaults>(std::make_unique<PlistUserDefaults>(
         configFolder() + QStringLiteral("/Preferences.plist"), session.runLoop(), report));
-    session.install<HttpClient>(std::make_unique<LazyHttpClient>(session));
+    auto http = std::make_unique<SigningHttpClient>(session, std::make_unique<LazyHttpClient>(session));
+    parts_->spotify = std::make_unique<SpotifySignIn>(session, *http);
+    session.install<HttpClient>(std::move(http));
+    session.install<SecretStore>(std::make_unique<LazySecretStore>(session.runLoop()));
     session.install<UserNotificationCenter>(std::make_unique<FreedesktopNotificationCenter>(
         parts_->bus, session.runLoop(), session.queue(kNotificationQueue)));
     parts_->roles = &session.install<PlayerRoles>(std::make_unique<PlayerRoles>(session));
@@ -249,6 +272,9 @@ void Application::serveBus() {
     parts.searchRows = std::make_unique<SearchRows>(parts.session, *parts.alerts);
     actions.search = [&parts](const QString& term, auto done) {
         parts.searchRows->search(term, std::move(done));
+    };
+    actions.spotify = [&parts](const QStringList& words, auto done) {
+        spotifyAction(*parts.spotify, words, std::move(done));
     };
     actions.playRow = [&parts](uint row, const QString& service) {
         return parts.searchRows->play(row, service);

@@ -43,6 +43,15 @@ std::optional<ControlError> seekTo(PlayerController& controller, double seconds)
     return std::nullopt;
 }
 
+auto replyTo(const QDBusMessage& call, const QDBusConnection& bus) {
+    return [call, bus](const std::variant<QString, ControlError>& result) {
+        if (const auto* error = std::get_if<ControlError>(&result))
+            bus.send(call.createErrorReply(error->name, error->message));
+        else
+            bus.send(call.createReply(std::get<QString>(result)));
+    };
+}
+
 } // namespace
 
 ControlService::ControlService(Session& session, StatusPublisher& publisher, ControlActions actions)
@@ -222,12 +231,17 @@ QString ControlService::Search(const QString& term) {
     session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(), term] {
         if (!self)
             return;
-        self->actions_.search(term, [call, bus](const std::variant<QString, ControlError>& found) {
-            if (const auto* error = std::get_if<ControlError>(&found))
-                bus.send(call.createErrorReply(error->name, error->message));
-            else
-                bus.send(call.createReply(std::get<QString>(found)));
-        });
+        self->actions_.search(term, replyTo(call, bus));
+    });
+    return {};
+}
+
+QString ControlService::Spotify(const QString& action, const QString& clientID, const QString& secret) {
+    setDelayedReply(true);
+    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(),
+                              words = QStringList{action, clientID, secret}] {
+        if (self)
+            self->actions_.spotify(words, replyTo(call, bus));
     });
     return {};
 }

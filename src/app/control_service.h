@@ -39,6 +39,10 @@ struct ControlActions {
     std::function<std::variant<QString, ControlError>(uint row, const QString& service)> playRow;
     /// Begins or cancels a scan of the library, or neither, and calls back with its state.
     std::function<void(const QString& action, std::function<void(const QVariantMap&)> done)> libraryState;
+    /// Signs in to Spotify's catalogue or out of it, or neither, and calls back with a message for people.
+    std::function<void(const QStringList& words,
+                       std::function<void(const std::variant<QString, ControlError>&)>)>
+        spotify;
     std::function<void()> reopen;
     std::function<void()> quit;
 };
@@ -74,6 +78,7 @@ class ControlService final : public QObject, protected QDBusContext {
     QString Search(const QString& term);
     QVariantMap Library(const QString& action);
     QString PlayRow(uint row, const QString& service);
+    QString Spotify(const QString& action, const QString& clientID, const QString& secret);
     void Reopen();
     void Quit();
 

@@ -19,6 +19,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
 
+const QString kMissingPart = QStringLiteral("the part of the program that asks the keychain is missing");
 const QString kWebQueue = QStringLiteral("co.vantry.Merlode.Web");
 
 // Known without a QCoreApplication, which one of the modules makes.
@@ -80,6 +81,12 @@ std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::func
     return std::unique_ptr<MediaLibrary>(make ? make(&session, &cacheFile, &folder) : nullptr);
 }
 
+std::unique_ptr<SecretStore> makeSecretStore(RunLoop& loop) {
+    const auto make =
+        find<SecretStore*(RunLoop*)>(QStringLiteral("merlode-keychain"), "merlodeMakeSecretStore");
+    return std::unique_ptr<SecretStore>(make ? make(&loop) : nullptr);
+}
+
 QString startDemoServices(std::shared_ptr<void>& keep) {
     QString address;
     if (const auto start = find<void(std::shared_ptr<void>*, QString*)>(QStringLiteral("merlode-demo"),
@@ -121,6 +128,31 @@ void LazyHttpClient::sendAsync(HttpRequest request, std::function<void(Reply)> d
             return loaded->sendAsync(std::move(request), std::move(done));
         session_.runLoop().async([done = std::move(done)] { done(std::nullopt); });
     });
+}
+
+SecretStore* LazySecretStore::store() {
+    if (!std::exchange(loaded_, true))
+        store_ = modules::makeSecretStore(loop_);
+    return store_.get();
+}
+
+void LazySecretStore::read(const QString& account, std::function<void(const Secret&)> done) {
+    if (auto* loaded = store())
+        return loaded->read(account, std::move(done));
+    loop_.async([done = std::move(done)] { done({.problem = kMissingPart}); });
+}
+
+void LazySecretStore::write(const QString& account, const QString& secret,
+                            std::function<void(const QString&)> done) {
+    if (auto* loaded = store())
+        return loaded->write(account, secret, std::move(done));
+    loop_.async([done = std::move(done)] { done(kMissingPart); });
+}
+
+void LazySecretStore::remove(const QString& account, std::function<void(const QString&)> done) {
+    if (auto* loaded = store())
+        return loaded->remove(account, std::move(done));
+    loop_.async([done = std::move(done)] { done(kMissingPart); });
 }
 
 } // namespace merlode

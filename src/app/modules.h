@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/http_client.h"
+#include "platform/secret_store.h"
 
 #include <QString>
 
@@ -43,6 +44,9 @@ std::optional<QByteArray> embeddedPicture(const QByteArray& path);
 /// module's loading holds up for some milliseconds. Null where the module is missing.
 std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::function<QString()>& folder);
 
+/// The desktop's keychain. Main thread. Null where the module is missing.
+std::unique_ptr<SecretStore> makeSecretStore(RunLoop& loop);
+
 /// Web services that live as long as what `keep` holds, in place of the public ones; see `DemoServices`.
 /// Their base address, empty where they cannot be started.
 QString startDemoServices(std::shared_ptr<void>& keep);
@@ -67,6 +71,24 @@ class LazyHttpClient final : public HttpClient {
     Session& session_;
     std::once_flag loaded_;
     std::unique_ptr<HttpClient> client_;
+};
+
+/// The keychain, loaded with the first question to it. Main thread.
+class LazySecretStore final : public SecretStore {
+  public:
+    explicit LazySecretStore(RunLoop& loop) : loop_(loop) {}
+
+    void read(const QString& account, std::function<void(const Secret&)> done) override;
+    void write(const QString& account, const QString& secret,
+               std::function<void(const QString&)> done) override;
+    void remove(const QString& account, std::function<void(const QString&)> done) override;
+
+  private:
+    SecretStore* store();
+
+    RunLoop& loop_;
+    bool loaded_ = false;
+    std::unique_ptr<SecretStore> store_;
 };
 
 } // namespace merlode

@@ -48,6 +48,9 @@ inline constexpr DefaultsKey<QString> kLastFMUserName{"LastFMUserName"};
 /// The password is in the keychain.
 inline constexpr DefaultsKey<QString> kPandoraUserName{"Pandora User Name"};
 
+/// The id that the user has registered with Spotify; the secret is in the keychain.
+inline constexpr DefaultsKey<QString> kSpotifyClientID{"Spotify Client ID"};
+
 // Which program stands behind each role on this desktop.
 
 /// "auto", "mpd", "desktop" or "private": see `PlayerRoles`.
@@ -64,6 +67,8 @@ inline constexpr DefaultsKey<QString> kMusicFolder{"Music Folder"};
 // Where the web services are: base addresses, "https://api.spotify.com". See `ServiceHosts`.
 
 inline constexpr DefaultsKey<QString> kSpotifyAPIAddress{"Spotify API Address"};
+/// Where tokens for the one above are had.
+inline constexpr DefaultsKey<QString> kSpotifyAccountsAddress{"Spotify Accounts Address"};
 inline constexpr DefaultsKey<QString> kITunesSearchAddress{"iTunes Search Address"};
 /// The store's lists of new and of popular albums.
 inline constexpr DefaultsKey<QString> kITunesStoreAddress{"iTunes Store Address"};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ctl/format_template.h"
+#include "ctl/wish.h"
 #include "ctl/words.h"
 
 #include <optional>
@@ -26,10 +27,12 @@ struct Command {
     std::optional<FormatTemplate> format;
     std::optional<Amount> amount;  ///< of seek, and of volume unless it is only to be printed
     std::optional<uint> row;       ///< of play
+    Wish wish;                     ///< of play: what to look for and play instead of a row
     QString service;               ///< of play: on which service, empty for any
     QString term;                  ///< of search
     std::optional<int> limit;      ///< of search: rows of each kind
     QString action;                ///< of library: "rescan", "cancel", or empty
+    QString clientID;              ///< of "spotify login"
     QString role;                  ///< of "players use", otherwise empty
     QString program;               ///< of "players use"
     std::optional<Word> helpTopic; ///< of help
@@ -39,8 +42,7 @@ struct UsageError {
     QString message;
 };
 
-/// Reads the arguments behind the program's name. Options may stand anywhere up to a "--"; an argument such
-/// as
+/// Reads the arguments behind the program's name. Options may stand anywhere up to a "--"; an argument like
 /// "-5" is an operand.
 std::variant<Command, UsageError> parseCommandLine(const QStringList& arguments);
 

@@ -40,6 +40,9 @@ class Program {
     /// But a search, which waits for the slowest of the services.
     static constexpr int kSearchMilliseconds = 120'000;
 
+    /// And signing in, for which somebody may have to unlock the keychain.
+    static constexpr int kSignInMilliseconds = 100'000;
+
     /// The first bus of `busAddresses()` on which the program's name is owned, or null.
     static std::unique_ptr<Program> find();
     /// What to tell when there is none.

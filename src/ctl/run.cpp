@@ -7,6 +7,7 @@
 #include "ctl/output.h"
 #include "ctl/program.h"
 #include "ctl/render.h"
+#include "ctl/secret_prompt.h"
 
 #include <QJsonDocument>
 
@@ -106,15 +107,43 @@ int library(const Program& program, const Command& command) {
     return kDone;
 }
 
-int play(const Program& program, const Command& command) {
-    if (!command.row)
-        return report(program.call("Play"));
-    const auto reply = program.call("PlayRow", {*command.row, command.service}, "s");
+int spotify(const Program& program, const Command& command) {
+    QString secret;
+    if (!command.clientID.isEmpty()) {
+        const auto typed = readSecret(QStringLiteral("Client secret: "));
+        if (!typed)
+            return report({kFailed, QStringLiteral("no secret was given"), {}});
+        secret = *typed;
+    }
+    const auto reply = program.call("Spotify", {command.action, command.clientID, secret}, "s",
+                                    Program::kSignInMilliseconds);
+    if (!reply)
+        return report(reply);
+    printOut(reply.value.toString() + u'\n');
+    return kDone;
+}
+
+int playRow(const Program& program, uint row, const QString& service) {
+    const auto reply = program.call("PlayRow", {row, service}, "s");
     if (!reply)
         return report(reply);
     if (const auto message = reply.value.toString(); !message.isEmpty())
         printOut(message + u'\n');
     return kDone;
+}
+
+int play(const Program& program, const Command& command) {
+    if (command.row)
+        return playRow(program, *command.row, command.service);
+    if (command.wish.isEmpty())
+        return report(program.call("Play"));
+    const auto reply = program.call("Search", {command.wish.term()}, "s", Program::kSearchMilliseconds);
+    if (!reply)
+        return report(reply);
+    const auto found = QJsonDocument::fromJson(reply.value.toString().toUtf8()).object();
+    if (const auto row = rowOf(command.wish, found, command.service))
+        return playRow(program, *row, command.service);
+    return report({kFailed, QStringLiteral("there is no %1").arg(command.wish.text()), {}});
 }
 
 int quit(const Program& program) {
@@ -137,6 +166,8 @@ int runOnProgram(const Program& program, const Command& command) {
         return search(program, command);
     case Word::Library:
         return library(program, command);
+    case Word::Spotify:
+        return spotify(program, command);
     case Word::Players:
         return players(program, command);
     case Word::Quit:
