@@ -7,6 +7,8 @@
 #include "app/demo.h"
 #include "app/doctor.h"
 #include "app/item_services.h"
+#include "app/library_files.h"
+#include "app/local_library.h"
 #include "app/modules.h"
 #include "app/mpris_service.h"
 #include "app/role_assignment.h"
@@ -79,7 +81,7 @@ QString stateText(MediaLibrary::State state) {
 QVariantMap libraryState(Session& session, LibrarySongs::Place songs) {
     const auto progress = session.port<MediaLibrary>().progress();
     return {{QStringLiteral("state"), stateText(progress.state)},
-            {QStringLiteral("folder"), musicFolder(session.port<UserDefaults>())},
+            {QStringLiteral("folder"), session.port<MediaLibrary>().place()},
             {QStringLiteral("songs"), songs},
             {QStringLiteral("filesSeen"), progress.filesSeen},
             {QStringLiteral("filesTotal"), progress.filesTotal}};
@@ -137,6 +139,7 @@ struct Application::Parts {
     SessionScope scope{&session};
     PlayerRoles* roles = nullptr;
     ItemServices* items = nullptr;
+    LocalLibrary* library = nullptr;
     DivertedAlerts* alerts = nullptr;
     std::unique_ptr<RoleAssignment> assignment;
     std::unique_ptr<AppDelegate> delegate;
@@ -195,7 +198,11 @@ void Application::findPlayers() {
     parts_->assignment = std::make_unique<RoleAssignment>(
         parts_->session, *parts_->roles, parts_->bus,
         RoleAssignment::Options{options_.demo, data + QStringLiteral("/merlode/mpd"),
-                                runtime.isEmpty() ? runtime : runtime + QStringLiteral("/mpd")});
+                                runtime.isEmpty() ? runtime : runtime + QStringLiteral("/mpd"),
+                                [this](const LibraryQuery& query) {
+                                    auto& library = parts_->session.port<MediaLibrary>();
+                                    return filesOf(query, *parts_->items->iTunesSongs(), library);
+                                }});
     parts_->assignment->assignAll();
     parts_->roles->settle();
 }
@@ -300,6 +307,7 @@ void Application::serveBus() {
 
 // Somebody who puts a player into a role wants to see it, if it plays and nothing else does.
 void Application::rolesChanged() {
+    parts_->library->follow(parts_->assignment->userMpd());
     parts_->roles->settle();
     auto& controller = PlayerController::sharedController();
     controller.checkProcessID();
@@ -321,18 +329,26 @@ void Application::keepSomebodyInCharge() {
     };
     adopt();
     parts.launches = parts.session.workspaceCenter().addObserver(
-        notifications::kWorkspaceDidLaunchApplication, [adopt](const auto&) { adopt(); });
+        notifications::kWorkspaceDidLaunchApplication, [&parts, adopt](const auto&) {
+            parts.library->playerCameUp();
+            adopt();
+        });
 }
 
 // Behind all that somebody waits for: the library's readers take some milliseconds to load, and a scan reads
 // many files.
 void Application::startLibrary() {
     auto& session = parts_->session;
-    auto library =
-        modules::makeMediaLibrary(session, [&session] { return musicFolder(session.port<UserDefaults>()); });
-    auto& port =
-        session.install<MediaLibrary>(library ? std::move(library) : std::make_unique<NullMediaLibrary>());
-    session.runLoop().asyncAfter(kScanDelay, [&port] { port.startScan(); });
+    const auto make = [&session](const std::optional<MpdAddress>& mpd) {
+        auto made = mpd ? modules::makeMpdMediaLibrary(session, *mpd)
+                        : modules::makeMediaLibrary(
+                              session, [&session] { return musicFolder(session.port<UserDefaults>()); });
+        return made ? std::move(made) : std::make_unique<NullMediaLibrary>();
+    };
+    auto library = std::make_unique<LocalLibrary>(session, make, parts_->assignment->userMpd());
+    parts_->library = library.get();
+    session.install<MediaLibrary>(std::move(library));
+    session.runLoop().asyncAfter(kScanDelay, [this] { parts_->library->startScan(); });
 }
 
 void Application::terminate() {

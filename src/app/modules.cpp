@@ -39,6 +39,11 @@ Function* find(const QString& module, const char* symbol) {
     return reinterpret_cast<Function*>(function);
 }
 
+QByteArray libraryCacheFile() {
+    return QFile::encodeName(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+                             QStringLiteral("/merlode/library.sqlite"));
+}
+
 } // namespace
 
 namespace modules {
@@ -75,10 +80,15 @@ std::optional<QByteArray> embeddedPicture(const QByteArray& path) {
 std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::function<QString()>& folder) {
     const auto make = find<MediaLibrary*(Session*, const QByteArray*, const std::function<QString()>*)>(
         QStringLiteral("merlode-library"), "merlodeMakeMediaLibrary");
-    const auto cacheFile =
-        QFile::encodeName(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-                          QStringLiteral("/merlode/library.sqlite"));
-    return std::unique_ptr<MediaLibrary>(make ? make(&session, &cacheFile, &folder) : nullptr);
+    const auto cache = libraryCacheFile();
+    return std::unique_ptr<MediaLibrary>(make ? make(&session, &cache, &folder) : nullptr);
+}
+
+std::unique_ptr<MediaLibrary> makeMpdMediaLibrary(Session& session, const MpdAddress& address) {
+    const auto make = find<MediaLibrary*(Session*, const QByteArray*, const MpdAddress*)>(
+        QStringLiteral("merlode-library"), "merlodeMakeMpdMediaLibrary");
+    const auto cache = libraryCacheFile();
+    return std::unique_ptr<MediaLibrary>(make ? make(&session, &cache, &address) : nullptr);
 }
 
 std::unique_ptr<SecretStore> makeSecretStore(RunLoop& loop) {

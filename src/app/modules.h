@@ -16,6 +16,7 @@ namespace merlode {
 
 class Alerts;
 class MediaLibrary;
+struct MpdAddress;
 class RunLoop;
 class Session;
 
@@ -43,6 +44,9 @@ std::optional<QByteArray> embeddedPicture(const QByteArray& path);
 /// what is known of it lies in XDG_CACHE_HOME/merlode. The session must outlive it. Main thread, which the
 /// module's loading holds up for some milliseconds. Null where the module is missing.
 std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::function<QString()>& folder);
+
+/// The same for the music in the database of the MPD at this address.
+std::unique_ptr<MediaLibrary> makeMpdMediaLibrary(Session& session, const MpdAddress& address);
 
 /// The desktop's keychain. Main thread. Null where the module is missing.
 std::unique_ptr<SecretStore> makeSecretStore(RunLoop& loop);

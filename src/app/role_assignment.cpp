@@ -76,9 +76,11 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() {
     facts.userMpdRuns = running.has_value();
     const auto kind = chooseLocalPlayer(facts);
     localIsPrivate_ = kind == LocalPlayerKind::Private;
+    userMpd_.reset();
     switch (kind) {
     case LocalPlayerKind::UserMpd:
-        return std::make_unique<MpdProgram>(running.value_or(addresses.front()), session_);
+        userMpd_ = running.value_or(addresses.front());
+        return std::make_unique<MpdProgram>(*userMpd_, session_);
     case LocalPlayerKind::Desktop:
         return makeMpris(facts.desktopName);
     case LocalPlayerKind::Private:
@@ -101,6 +103,7 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeMpris(const QString& name) co
     program.player.http = &session_.port<HttpClient>();
     program.player.artQueue = &session_.queue(kArtQueue);
     program.player.embeddedPicture = modules::embeddedPicture;
+    program.player.filesFor = options_.filesFor;
     program.player.playlistFolder = runtimeFolder() + QStringLiteral("/merlode");
     return std::make_unique<MprisProgram>(bus_, session_.runLoop(), std::move(program));
 }

@@ -35,7 +35,7 @@ class MusicFolderLibraryTest : public testing::Test {
     }
     State scan() {
         library->startScan();
-        test.loop.advance(MusicFolderLibrary::kChangeWindow);
+        test.loop.advance(LibraryBoard::kChangeWindow);
         return library->progress().state;
     }
     QStringList titles() {

@@ -138,7 +138,7 @@ void MpdProgram::adopt(Attempt& attempt) {
     player_ = std::make_shared<MpdPlayer>(address_, session_, *attempt.snapshot, attempt.musicFolder,
                                           [this] { events_.changed(); });
     idle_ = std::make_unique<MpdIdle>(
-        attempt.connection, session_.runLoop(),
+        attempt.connection, session_.runLoop(), QByteArrayList{"player", "mixer", "playlist", "sticker"},
         MpdIdle::Events{.changed = [this] { player_->noteServerEvent(); }, .closed = [this] { lose(); }});
 }
 
