@@ -11,6 +11,7 @@
 #include "app/local_library.h"
 #include "app/modules.h"
 #include "app/mpris_service.h"
+#include "app/music_folders.h"
 #include "app/role_assignment.h"
 #include "app/search_rows.h"
 #include "app/spotify_sign_in.h"
@@ -78,10 +79,12 @@ QString stateText(MediaLibrary::State state) {
     return QStringLiteral("unreachable");
 }
 
-QVariantMap libraryState(Session& session, LibrarySongs::Place songs) {
+QVariantMap libraryState(Session& session, const MusicFolders& folders, LibrarySongs::Place songs) {
     const auto progress = session.port<MediaLibrary>().progress();
+    const auto place = session.port<MediaLibrary>().place();
     return {{QStringLiteral("state"), stateText(progress.state)},
-            {QStringLiteral("folder"), session.port<MediaLibrary>().place()},
+            {QStringLiteral("folder"),
+             place == folders.root() ? folders.folders().join(QStringLiteral(", ")) : place},
             {QStringLiteral("songs"), songs},
             {QStringLiteral("filesSeen"), progress.filesSeen},
             {QStringLiteral("filesTotal"), progress.filesTotal}};
@@ -141,6 +144,7 @@ struct Application::Parts {
     ItemServices* items = nullptr;
     LocalLibrary* library = nullptr;
     DivertedAlerts* alerts = nullptr;
+    std::unique_ptr<MusicFolders> folders;
     std::unique_ptr<RoleAssignment> assignment;
     std::unique_ptr<AppDelegate> delegate;
     std::unique_ptr<SleepMonitor> sleepMonitor;
@@ -195,10 +199,14 @@ void Application::findPlayers() {
     parts_->spotify->restore();
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QString runtime = privateRuntimeFolder(options_);
+    parts_->folders = std::make_unique<MusicFolders>(parts_->session.port<UserDefaults>(),
+                                                     data + QStringLiteral("/merlode/music"));
+    parts_->folders->join();
     parts_->assignment = std::make_unique<RoleAssignment>(
         parts_->session, *parts_->roles, parts_->bus,
         RoleAssignment::Options{options_.demo, data + QStringLiteral("/merlode/mpd"),
                                 runtime.isEmpty() ? runtime : runtime + QStringLiteral("/mpd"),
+                                [this] { return parts_->folders->root(); },
                                 [this](const LibraryQuery& query) {
                                     auto& library = parts_->session.port<MediaLibrary>();
                                     return filesOf(query, *parts_->items->iTunesSongs(), library);
@@ -254,8 +262,6 @@ void Application::serveBus() {
     parts.publisher = std::make_unique<StatusPublisher>(parts.session, [&parts, &controller] {
         return currentStatus(controller, *parts.roles, parts.artFile->path());
     });
-    const DoctorFacts facts{configFolder(), options_.resourceFolder,
-                            musicFolder(parts.session.port<UserDefaults>())};
     ControlActions actions;
     actions.players = [&parts, &controller] {
         return playersStatus(controller, *parts.roles, parts.assignment->otherPlayers());
@@ -266,7 +272,8 @@ void Application::serveBus() {
             rolesChanged();
         return error;
     };
-    actions.doctor = [&parts, facts](std::function<void(QList<QVariantMap>)> done) {
+    actions.doctor = [this, &parts](std::function<void(QList<QVariantMap>)> done) {
+        const DoctorFacts facts{configFolder(), options_.resourceFolder, parts.folders->folders()};
         parts.session.queue(kDoctorQueue)
             .async([&loop = parts.session.runLoop(), facts, done = std::move(done)] {
                 loop.async([done, checks = doctorAnswer(runDoctor(facts))] { done(checks); });
@@ -289,11 +296,13 @@ void Application::serveBus() {
     actions.libraryState = [&parts](const QString& action,
                                     const std::function<void(const QVariantMap&)>& done) {
         libraryAction(action);
-        parts.session.queue(kLibraryQueue).async([&session = parts.session, items = parts.items, done] {
-            const auto songs = items->iTunesSongs()->size();
-            session.runLoop().async([&session, songs, done] { done(libraryState(session, songs)); });
+        parts.session.queue(kLibraryQueue).async([&parts, done] {
+            const auto songs = parts.items->iTunesSongs()->size();
+            parts.session.runLoop().async(
+                [&parts, songs, done] { done(libraryState(parts.session, *parts.folders, songs)); });
         });
     };
+    actions.useMusicFolders = [this](const QStringList& folders) { return useMusicFolders(folders); };
     actions.reopen = reopen;
     actions.quit = quit;
     parts.control = std::make_unique<ControlService>(parts.session, *parts.publisher, std::move(actions));
@@ -303,6 +312,19 @@ void Application::serveBus() {
         std::make_unique<MprisService>(parts.session, *parts.publisher, *parts.artFile, reopen, quit);
     if (!parts.mpris->registerOn(parts.bus))
         qCWarning(log) << "media keys will not work: the MPRIS name is taken";
+}
+
+std::optional<ControlError> Application::useMusicFolders(const QStringList& folders) {
+    if (options_.demo)
+        return ControlError{QString::fromLatin1(control::kErrorInvalidArgument),
+                            QStringLiteral("The demo plays its own library only.")};
+    auto error = parts_->folders->use(folders);
+    if (error)
+        return error;
+    parts_->assignment->musicFolderChanged();
+    rolesChanged();
+    parts_->library->startScan();
+    return std::nullopt;
 }
 
 // Somebody who puts a player into a role wants to see it, if it plays and nothing else does.
@@ -339,10 +361,9 @@ void Application::keepSomebodyInCharge() {
 // many files.
 void Application::startLibrary() {
     auto& session = parts_->session;
-    const auto make = [&session](const std::optional<MpdAddress>& mpd) {
+    const auto make = [this, &session](const std::optional<MpdAddress>& mpd) {
         auto made = mpd ? modules::makeMpdMediaLibrary(session, *mpd)
-                        : modules::makeMediaLibrary(
-                              session, [&session] { return musicFolder(session.port<UserDefaults>()); });
+                        : modules::makeMediaLibrary(session, [this] { return parts_->folders->root(); });
         return made ? std::move(made) : std::make_unique<NullMediaLibrary>();
     };
     auto library = std::make_unique<LocalLibrary>(session, make, parts_->assignment->userMpd());

@@ -257,6 +257,13 @@ QVariantMap ControlService::Library(const QString& action) {
     return {};
 }
 
+void ControlService::UseMusicFolders(const QStringList& folders) {
+    answer([this, folders]() -> QVariant {
+        const auto error = actions_.useMusicFolders(folders);
+        return error ? QVariant::fromValue(*error) : QVariant();
+    });
+}
+
 QString ControlService::PlayRow(uint row, const QString& service) {
     answer([this, row, service] {
         const auto outcome = actions_.playRow(row, service);

@@ -43,6 +43,8 @@ struct ControlActions {
     std::function<void(const QStringList& words,
                        std::function<void(const std::variant<QString, ControlError>&)>)>
         spotify;
+    /// Looks for music in these folders from now on; the reason where that makes no sense.
+    std::function<std::optional<ControlError>(const QStringList& folders)> useMusicFolders;
     std::function<void()> reopen;
     std::function<void()> quit;
 };
@@ -77,6 +79,7 @@ class ControlService final : public QObject, protected QDBusContext {
     QList<QVariantMap> Doctor();
     QString Search(const QString& term);
     QVariantMap Library(const QString& action);
+    void UseMusicFolders(const QStringList& folders);
     QString PlayRow(uint row, const QString& service);
     QString Spotify(const QString& action, const QString& clientID, const QString& secret);
     void Reopen();

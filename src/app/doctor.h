@@ -20,7 +20,7 @@ struct Check {
 struct DoctorFacts {
     QString configFolder;
     QString resourceFolder;
-    QString musicFolder;
+    QStringList musicFolders;
 };
 
 /// Looks at each thing that the program relies on. Blocks for up to three seconds: not on the main thread of

@@ -33,11 +33,6 @@ QStringList desktopIdsOf(const QString& name) {
 
 } // namespace
 
-QString musicFolder(const UserDefaults& userDefaults) {
-    const QString folder = userDefaults.valueFor(defaults::kMusicFolder).value_or(QString());
-    return folder.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::MusicLocation) : folder;
-}
-
 RoleAssignment::RoleAssignment(Session& session, PlayerRoles& roles, QDBusConnection bus, Options options)
     : session_(session),
       roles_(roles),
@@ -91,7 +86,7 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() {
 
 std::unique_ptr<PlayerProgram> RoleAssignment::makePrivateMpd() const {
     return std::make_unique<MpdProgram>(PrivateMpdOptions{options_.privateMpdState,
-                                                          options_.privateMpdRuntime, musicFolder(defaults_),
+                                                          options_.privateMpdRuntime, options_.musicFolder(),
                                                           std::nullopt},
                                         session_);
 }
@@ -159,6 +154,11 @@ std::optional<ControlError> RoleAssignment::useLocal(const QString& program) {
     }
     roles_.assign(PlayerRole::Local, makeLocal());
     return std::nullopt;
+}
+
+void RoleAssignment::musicFolderChanged() {
+    if (localIsPrivate_)
+        roles_.assign(PlayerRole::Local, makePrivateMpd());
 }
 
 void RoleAssignment::launchPrivateMpd() {

@@ -26,6 +26,8 @@ class RoleAssignment {
         bool localOnly = false;    ///< leaves the two other roles empty, as the demo does
         QString privateMpdState;   ///< where the private mpd keeps its database
         QString privateMpdRuntime; ///< where the private mpd has its socket
+        /// The folder whose music the private mpd plays.
+        std::function<QString()> musicFolder = {};
         /// The library's files for a desktop player in the local role, see `MprisPlayerOptions`.
         std::function<QByteArrayList(const LibraryQuery&)> filesFor = {};
     };
@@ -39,6 +41,9 @@ class RoleAssignment {
     /// `program` an MPRIS name, "none", or for the local role also "auto", "mpd" or "private". The reason
     /// where that makes no sense.
     std::optional<ControlError> use(const QString& role, const QString& program);
+
+    /// The music lies elsewhere now: a private mpd is replaced by one for that.
+    void musicFolderChanged();
 
     /// Starts the private mpd, where the local role is left to one.
     void launchPrivateMpd();
@@ -66,8 +71,5 @@ class RoleAssignment {
     bool localIsPrivate_ = false;
     std::optional<MpdAddress> userMpd_;
 };
-
-/// The folder whose music the private mpd plays: the setting, else the desktop's music folder.
-QString musicFolder(const UserDefaults& userDefaults);
 
 } // namespace merlode

@@ -21,6 +21,7 @@
 /// | Search | s: what to look for | s: JSON, see below; answers when all services have |
 /// | PlayRow | u: a row of the last search, s: "library", "spotify", "rdio", "pandora", or empty for the one that suits best | s: a message for people, empty when it plays already |
 /// | Library | s: "rescan", "cancel", or empty | a{sv}: "state" ("not scanned yet", "scanning", "up to date", "cancelled", "unreachable"), "folder", "songs", "filesSeen", "filesTotal" |
+/// | UseMusicFolders | as: absolute paths, none for the desktop's own | |
 /// | Spotify | s: "login", "logout" or empty, s: client id, s: secret, both for "login" only | s: a message for people about the sign-in to Spotify's catalogue |
 /// | Reopen | | brings the window or panel forward |
 /// | Quit | | ends the program |

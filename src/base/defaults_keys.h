@@ -61,8 +61,8 @@ inline constexpr DefaultsKey<QString> kLocalPlayerName{"Local Player Name"};
 inline constexpr DefaultsKey<QString> kSpotifyPlayerName{"Spotify Player Name"};
 /// MPRIS name, without its prefix, of the third desktop player; empty for none.
 inline constexpr DefaultsKey<QString> kRdioPlayerName{"Rdio Player Name"};
-/// The folder whose music the private player plays; empty for the desktop's music folder.
-inline constexpr DefaultsKey<QString> kMusicFolder{"Music Folder"};
+/// The folders in which the user's music lies, as texts; the desktop's music folder where there is none.
+inline constexpr DefaultsKey<QVariantList> kMusicFolders{"Music Folders"};
 
 // Where the web services are: base addresses, "https://api.spotify.com". See `ServiceHosts`.
 

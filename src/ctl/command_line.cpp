@@ -1,5 +1,6 @@
 #include "ctl/command_line.h"
 
+#include <QDir>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -156,14 +157,32 @@ QString readSearchOperands(const QStringList& operands, Command& command) {
     return command.term.isEmpty() ? QStringLiteral("search needs something to look for") : QString();
 }
 
-QString readLibraryOperand(const QStringList& operands, Command& command) {
+/// Absolute paths; "auto" stands for none.
+QString readFolders(const QStringList& folders, Command& command) {
+    if (command.json)
+        return QStringLiteral("'library use' prints nothing and takes no --json");
+    if (folders.isEmpty())
+        return QStringLiteral("write 'library use FOLDER...', or 'library use auto' for the desktop's own");
+    if (folders == QStringList(QStringLiteral("auto")))
+        return {};
+    for (const auto& folder : folders)
+        command.folders << QDir(folder).absolutePath();
+    return {};
+}
+
+QString readLibraryOperands(const QStringList& operands, Command& command) {
     if (operands.isEmpty())
         return {};
-    if (operands[0] == QStringLiteral("status"))
-        return {};
-    if (operands[0] != QStringLiteral("rescan") && operands[0] != QStringLiteral("cancel"))
-        return QStringLiteral("write 'library', 'library rescan' or 'library cancel'");
     command.action = operands[0];
+    if (command.action == QStringLiteral("use"))
+        return readFolders(operands.mid(1), command);
+    if (command.action == QStringLiteral("status"))
+        command.action.clear();
+    const bool known = command.action.isEmpty() || command.action == QStringLiteral("rescan") ||
+                       command.action == QStringLiteral("cancel");
+    if (!known || operands.size() > 1)
+        return QStringLiteral(
+            "write 'library', 'library rescan', 'library cancel' or 'library use FOLDER...'");
     return {};
 }
 
@@ -218,7 +237,7 @@ QString readOperands(const QStringList& operands, Command& command) {
     case Word::Search:
         return readSearchOperands(operands, command);
     case Word::Library:
-        return readLibraryOperand(operands, command);
+        return readLibraryOperands(operands, command);
     case Word::Spotify:
         return readSpotifyOperands(operands, command);
     case Word::Players:

@@ -31,7 +31,8 @@ struct Command {
     QString service;               ///< of play: on which service, empty for any
     QString term;                  ///< of search
     std::optional<int> limit;      ///< of search: rows of each kind
-    QString action;                ///< of library: "rescan", "cancel", or empty
+    QString action;                ///< of library: "rescan", "cancel", "use", or empty
+    QStringList folders;           ///< of "library use": absolute paths, none for the desktop's own
     QString clientID;              ///< of "spotify login"
     QString role;                  ///< of "players use", otherwise empty
     QString program;               ///< of "players use"

@@ -97,6 +97,8 @@ int search(const Program& program, const Command& command) {
 }
 
 int library(const Program& program, const Command& command) {
+    if (command.action == QStringLiteral("use"))
+        return report(program.call("UseMusicFolders", {command.folders}));
     const auto reply = program.call("Library", {command.action}, "a{sv}");
     if (!reply)
         return report(reply);

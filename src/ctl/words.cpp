@@ -39,9 +39,11 @@ constexpr std::array kWords{
     WordEntry{Word::Search, "search"_l1, "TERM..."_l1, kJson | kLimit, 1000, nullptr,
               "search the library and all services"_l1,
               "Each row has a number for \"merlodectl play\", good until the next search.\n"_l1},
-    WordEntry{Word::Library, "library"_l1, "[status|rescan|cancel]"_l1, kJson, 1, nullptr,
-              "tell what is known of the music folder, or look through it"_l1,
-              "With rescan the folder is looked through for what has changed; cancel ends that.\n"_l1},
+    WordEntry{
+        Word::Library, "library"_l1, "[rescan|cancel|use FOLDER...]"_l1, kJson, 100, nullptr,
+        "tell what is known of the music folders, or look through them"_l1,
+        "With rescan they are looked through for what has changed; cancel ends that. With use the music\n"
+        "is looked for in these folders from now on, with \"use auto\" in the desktop's own.\n"_l1},
     WordEntry{
         Word::Spotify, "spotify"_l1, "[login ID|logout]"_l1, 0, 2, nullptr,
         "sign in to Spotify's catalogue, or tell whether that is done"_l1,

@@ -103,6 +103,8 @@ TEST(CommandLine, PlayersAndHelp) {
            {"search", "!something to look for"},
            {"library rescan", "library rescan"},
            {"library burn", "!library cancel"},
+           {"library use", "!library use FOLDER"},
+           {"library rescan now", "!library cancel"},
            {"players use tape mpd", "!unknown role 'tape'"},
            {"players use local", "!players use ROLE PROGRAM"},
            {"-h", "help"},
