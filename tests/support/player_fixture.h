@@ -12,17 +12,16 @@
 namespace merlode {
 
 /// A session with a desktop of fake players around a real `PlayerController`, which is made on first use, so
-/// that a test can set the desktop up before. It is connected by a link of the test's, or by one that
-/// records.
+/// that a test can set the desktop up before.
 class PlayerMachine {
   public:
-    explicit PlayerMachine(RemoteLink* link = nullptr) {
+    PlayerMachine() {
         auto& session = test.session;
         session.installReference<Workspace>(desktop);
         session.installReference<ScriptedPlayers>(desktop);
         session.installReference<UserDefaults>(userDefaults);
         session.installReference<Alerts>(alerts);
-        session.installReference<RemoteLink>(link ? *link : remote);
+        session.installReference<RemoteLink>(remote);
         session.installReference<SearchLink>(links);
         session.installReference<PlayReports>(links);
         session.installReference<ApplicationDelegate>(links);
