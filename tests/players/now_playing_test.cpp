@@ -140,20 +140,6 @@ TEST_F(NowPlayingTest, PandoraIsPolledForItsTrackStationAndThumb) {
     EXPECT_EQ(controller().getiTunesRating(), std::nullopt);
 }
 
-TEST_F(NowPlayingTest, ThumbsAndStarsGoToWhoeverIsInCharge) {
-    becomeClient();
-    controller().setPandoraThumbsDown();
-    controller().setiTunesRating(60);
-    EXPECT_EQ(remote.last[RemoteAction::remoteThumbsPandora].value(u"thumb"_qs), 1);
-    EXPECT_EQ(remote.last[RemoteAction::remoteiTunesRating].value(u"rating"_qs), 60);
-    auto& library = desktop.start(iTunes);
-    library.playing(u"Song"_qs);
-    announce(kITunesPlayerInfo);
-    controller().setiTunesRating(40);
-    EXPECT_EQ(library.stars, 40);
-    EXPECT_EQ(remote.last[RemoteAction::itunesRatingUpdated].value(u"rating"_qs), 40);
-}
-
 TEST_F(NowPlayingTest, ANewTrackIsNotifiedWithWhatItHas) {
     userDefaults.set(defaults::kPlayingNotifications, true);
     userDefaults.set(defaults::kHostName, u"Study"_qs);

@@ -162,7 +162,7 @@ TEST_F(RemoteMessageTest, NumbersBeyondTheirRangeAreBroughtIntoItOrDoNothing) {
     for (const int number : {-1, 3, 101}) {
         after(remoteThumbsPandora, {{u"thumb"_qs, number}});
         after(pandoraThumbsUpdated, {{u"thumb"_qs, number}});
-        after(itunesRatingUpdated, {{u"rating"_qs, number == 3 ? 300 : number}});
+        after(itunesRatingUpdated, {{u"rating"_qs, number * 101}});
     }
     EXPECT_EQ(effects(), before);
 }
@@ -184,8 +184,7 @@ TEST_F(RemoteMessageTest, NothingThatLooksLikeAnAddressOrAPathGetsToAPlayerOrIsO
         }
     }
     auto album = read("{ALBUM}");
-    for (const QString& url :
-         {u"file:///x"_qs, u"/x"_qs, u"ftp://h/x"_qs, u"http:///x"_qs, u"https://h/x"_qs}) {
+    for (const QString& url : {u"file:///x"_qs, u"/x"_qs, u"ftp://h"_qs, u"http:///"_qs, u"https://h/x"_qs}) {
         album[u"imageURL"_qs] = url;
         EXPECT_EQ(remoteitems::albumWithItsKeys(album)->imageURL().has_value(), url == u"https://h/x"_qs);
     }
