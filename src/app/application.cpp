@@ -20,6 +20,7 @@
 #include "base/session.h"
 #include "model/remote_link.h"
 #include "model/service_hosts.h"
+#include "platform/linux/epoll_network.h"
 #include "platform/linux/freedesktop_notification_center.h"
 #include "platform/linux/log_alerts.h"
 #include "platform/linux/mpris_names.h"
@@ -191,6 +192,7 @@ void Application::installPorts() {
     session.install<UserDefaults>(std::make_unique<PlistUserDefaults>(
         configFolder() + QStringLiteral("/Preferences.plist"), session.runLoop(), report));
     session.install<HttpClient>(std::make_unique<LazyHttpClient>(session));
+    session.install<StreamNetwork>(std::make_unique<EpollNetwork>());
     session.install<UserNotificationCenter>(std::make_unique<FreedesktopNotificationCenter>(
         parts_->bus, session.runLoop(), session.queue(kNotificationQueue)));
     parts_->roles = &session.install<PlayerRoles>(std::make_unique<PlayerRoles>(session));

@@ -14,11 +14,9 @@ class StreamHandler {
   public:
     virtual ~StreamHandler() = default;
 
-    /// What came of a `StreamNetwork::connect`, once: empty when the stream is open, else why it is not.
-    virtual void streamOpened(const QString& error) = 0;
-
-    /// Something that `Stream::watch` asked for may have come about. The watch is over with this call.
-    virtual void streamReady() = 0;
+    /// Something that `Stream::watch` asked for has come about, or the stream has ended: which of it may be
+    /// possible now. The watch is over with this call.
+    virtual void streamReady(unsigned interests) = 0;
 };
 
 /// One end of a connection. Its owner calls it from any thread, but from one at a time. Nothing here blocks.
@@ -38,11 +36,15 @@ class Stream {
 
     virtual ~Stream() = default;
 
+    /// What came of a `StreamNetwork::connect`, to be asked once, when the stream is writable for the first
+    /// time: empty where it is open, else why it is not, for people.
+    virtual QString openingError() = 0;
+
     /// Who is told. The handler of an accepted stream must be set before the first `watch`.
     virtual void setHandler(std::weak_ptr<StreamHandler> handler) = 0;
 
-    /// Has `streamReady` called once, when any of the interests, or the end of the stream, has come about.
-    /// Replaces the watch before; none of them waits for nothing.
+    /// Has `streamReady` called once, when any of the interests, of which there is one at least, or the end
+    /// of the stream has come about. Replaces the watch before.
     virtual void watch(unsigned interests) = 0;
 
     /// Takes up to `size` bytes, at least 1, of what has come.
@@ -82,7 +84,8 @@ class StreamNetwork {
     virtual std::unique_ptr<StreamListener> listen(quint16 port, std::weak_ptr<ListenerHandler> handler,
                                                    QString* error) = 0;
 
-    /// Begins to connect. Null, with why, where that fails at once; else `streamOpened` follows.
+    /// Begins to connect; the stream is writable when that is decided. Null, with why, where it fails at
+    /// once.
     virtual std::unique_ptr<Stream> connect(const SocketAddress& address,
                                             std::weak_ptr<StreamHandler> handler, QString* error) = 0;
 };

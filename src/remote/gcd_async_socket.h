@@ -7,7 +7,6 @@
 #include <QByteArray>
 #include <QString>
 
-#include <atomic>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -96,17 +95,33 @@ class GCDAsyncSocket final : public std::enable_shared_from_this<GCDAsyncSocket>
     /// Tells this socket from all others of the process for ever.
     quint64 identifier() const { return identifier_; }
 
+    /// For the log.
+    QString description() const;
+
   private:
-    // See gcd_async_socket.cpp.
     struct ReadRequest {
         QByteArray separator;
         long tag = 0;
     };
     enum class Phase { Unused, Connecting, Open, Listening, Closed };
 
-    void streamOpened(const QString& error) override;
-    void streamReady() override;
+    void streamReady(unsigned interests) override;
     void streamAccepted(std::unique_ptr<Stream> stream) override;
+
+    // The following with the lock held, except on a socket that nobody else knows yet.
+
+    bool canTakeRequests() const { return phase_ == Phase::Connecting || phase_ == Phase::Open; }
+    void adopt(std::unique_ptr<Stream> stream, std::shared_ptr<void> place);
+    void finishConnecting();
+    void opened();
+    void watch();
+    void receive();
+    void send();
+    void serveReads();
+    void close(const QString& error);
+    /// Has the delegate told on its queue, if both it and this socket are still there.
+    template<class Call>
+    void tell(Call call);
 
     const quint64 identifier_;
     const std::weak_ptr<GCDAsyncSocketDelegate> delegate_;
@@ -115,11 +130,23 @@ class GCDAsyncSocket final : public std::enable_shared_from_this<GCDAsyncSocket>
 
     mutable std::mutex mutex_; // guards all below
     Phase phase_ = Phase::Unused;
+    bool readingAbandoned_ = false;
     std::unique_ptr<Stream> stream_;
-    std::unique_ptr<StreamListener> listener_;
+    SocketAddress local_;
+    SocketAddress remote_;
+
     std::deque<ReadRequest> reads_;
-    std::deque<QByteArray> writes_;
     GCDAsyncSocketPreBuffer preBuffer_;
+    qsizetype searched_ = 0; // bytes of the pre-buffer in which the first request found no separator
+
+    std::deque<QByteArray> writes_;
+    qsizetype sent_ = 0;   // of the first of them
+    qsizetype queued_ = 0; // bytes of all that are left
+
+    std::unique_ptr<StreamListener> listener_;
+    // One reference is the listening socket's, each other is that of an accepted one while it is connected.
+    std::shared_ptr<void> place_;
+    bool full_ = false;
 };
 
 } // namespace merlode

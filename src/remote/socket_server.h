@@ -11,6 +11,7 @@ namespace merlode {
 
 class Album;
 class Track;
+enum class RemoteAction;
 
 /// Who hears of the announcement of a server. Main thread.
 class SocketServerDelegate {
@@ -62,12 +63,13 @@ class SocketServer final : public SocketConnection {
     using SocketConnection::SocketConnection;
 
     void publish();
-    void sendToAddress(const QString& action, const QVariantMap& payload, const QString& address);
+    void sendToAddress(RemoteAction action, const QVariantMap& payload, const QString& address);
 
     SocketPtr server_;
     ServiceDiscovery::Service service_;
     std::unique_ptr<ServiceDiscovery::Activity> hostBroadcast_;
     std::vector<SocketPtr> connectedSockets_;
+    bool stopped_ = false;
 };
 
 } // namespace merlode

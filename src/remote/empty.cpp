@@ -1,2 +1,0 @@
-// A static library needs one source.
-namespace merlode {}
