@@ -13,8 +13,8 @@ class RemoteActionController {
     /// The controller of the current session, made on first use.
     static RemoteActionController& sharedController();
 
-    /// Takes a message as it came off the wire: "action" and "payload". One without either is ignored. Runs to
-    /// its end before it returns, a modal alert included.
+    /// Takes a message as it came off the wire: "action" and "payload". One without either is ignored. Runs
+    /// to its end before it returns, a modal alert included.
     void handleRemoteMessage(const QVariantMap& message);
 
     /// Takes the action of this name, which is compared exactly; any other name does nothing.
