@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/http_client.h"
+#include "platform/service_discovery.h"
 
 #include <QString>
 
@@ -43,6 +44,9 @@ std::optional<QByteArray> embeddedPicture(const QByteArray& path);
 /// module's loading holds up for some milliseconds. Null where the module is missing.
 std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::function<QString()>& folder);
 
+/// Services on the local network. Main thread. Null where the module is missing.
+std::unique_ptr<ServiceDiscovery> makeServiceDiscovery(RunLoop& loop);
+
 /// Web services that live as long as what `keep` holds, in place of the public ones; see `DemoServices`.
 /// Their base address, empty where they cannot be started.
 QString startDemoServices(std::shared_ptr<void>& keep);
@@ -67,6 +71,26 @@ class LazyHttpClient final : public HttpClient {
     Session& session_;
     std::once_flag loaded_;
     std::unique_ptr<HttpClient> client_;
+};
+
+/// Discovery on the local network, by a part of the program that is loaded with the first use. Main thread,
+/// which the loading holds up for some milliseconds.
+class LazyServiceDiscovery final : public ServiceDiscovery {
+  public:
+    explicit LazyServiceDiscovery(RunLoop& loop) : loop_(loop) {}
+
+    std::unique_ptr<Activity> publish(const Service& service, PublishCallbacks callbacks) override;
+    std::unique_ptr<Activity> browse(const QString& type, BrowseCallbacks callbacks) override;
+    std::unique_ptr<Activity> resolve(const QString& type, const QString& name, double seconds,
+                                      ResolveCallbacks callbacks) override;
+    QString unavailableReason() const override;
+
+  private:
+    ServiceDiscovery* discovery();
+
+    RunLoop& loop_;
+    bool loaded_ = false;
+    std::unique_ptr<ServiceDiscovery> discovery_;
 };
 
 } // namespace merlode

@@ -47,7 +47,7 @@ class ServiceDiscovery {
         /// A service, once for each name. `moreComing` is false for the last of those that are known at the
         /// moment: the first such call comes when everybody has had time to answer.
         std::function<void(const QString& name, bool moreComing)> didFind;
-        std::function<void()> didStop;                            ///< once after `stop`
+        std::function<void()> didStop;                           ///< once after `stop`
         std::function<void(const QString& reason)> didNotSearch; ///< instead of everything else
     };
 

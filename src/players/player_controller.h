@@ -86,6 +86,9 @@ class PlayerController {
     /// Held while this instance is a client.
     const std::shared_ptr<RemotePlayer>& remotePlayer() const { return remotePlayer_; }
     void setRemotePlayer(std::shared_ptr<RemotePlayer> player);
+    /// Another host, by its name, is being connected, or with an empty name none any more: the host's player
+    /// is put in charge, or leaves.
+    void observeCurrentServerName(const QString& name);
     /// Whether there is one. Any thread.
     bool hasRemotePlayer() const { return hasRemotePlayer_; }
 
@@ -209,6 +212,8 @@ class PlayerController {
     void broadcastAllStates(std::optional<RemoteLink::ClientId> client = std::nullopt);
     /// Reads the volume of the active player and takes a difference over.
     void checkActivePlayerVolume();
+    /// Forgets the track and all that was read of the player.
+    void clearCurrentTrackData();
     /// Notices that the active player's process has gone.
     void checkProcessID();
     /// Stops every timer, for good; called when the program ends.
@@ -286,7 +291,6 @@ class PlayerController {
 
     void currentTrackWillBeSet(const std::shared_ptr<Track>& track);
     void setCurrentTrack(std::shared_ptr<Track> track);
-    void clearCurrentTrackData();
     void updateStatusItemString(const Track& track);
     void postPlayingNotification(const Track& track);
     static AlbumArtDetails artDetailsOf(const Track& track);
