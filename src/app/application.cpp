@@ -29,6 +29,7 @@
 #include "platform/linux/sleep_monitor.h"
 #include "platform/null_media_library.h"
 #include "players/player_controller.h"
+#include "remote/remote_action_controller.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
@@ -88,6 +89,7 @@ class Controllers final : public ControllersLink {
   public:
     explicit Controllers(std::function<void()> findPlayers) : findPlayers_(std::move(findPlayers)) {}
     void findPlayers() override { findPlayers_(); }
+    void makeRemoteActionController() override { RemoteActionController::sharedController(); }
 
   private:
     std::function<void()> findPlayers_;

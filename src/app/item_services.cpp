@@ -4,6 +4,7 @@
 #include "base/session.h"
 #include "platform/media_library.h"
 #include "players/player_controller.h"
+#include "remote/remoteitunes_key_fetcher.h"
 
 namespace merlode {
 
@@ -29,6 +30,10 @@ std::shared_ptr<const LibrarySongs> ItemServices::iTunesSongs() {
 bool ItemServices::hasRemotePlayer() {
     const auto* controller = controller_.load();
     return controller && controller->hasRemotePlayer();
+}
+
+void ItemServices::fetchiTunesKeyFromHost(const std::shared_ptr<Track>& track) {
+    RemoteiTunesKeyFetcher::sharedFetcher().searchForTrack(track);
 }
 
 } // namespace merlode

@@ -25,6 +25,7 @@ class ItemServices final : public ItemLink {
     std::shared_ptr<const LibrarySongs> iTunesSongs() override;
     QString countryCode() override { return countryCode_; }
     bool hasRemotePlayer() override;
+    void fetchiTunesKeyFromHost(const std::shared_ptr<Track>& track) override;
 
   private:
     Session& session_;

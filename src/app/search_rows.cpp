@@ -132,6 +132,7 @@ void SearchRows::search(const QString& term, std::function<void(const Answer&)> 
         return done(invalid(QStringLiteral("There is nothing to search for.")));
     SearchController::sharedController().searchForTerm(term); // whoever waits is told
     waiting_ = std::move(done);
+    term_ = term;
 }
 
 void SearchRows::searchBegan() {
@@ -169,7 +170,7 @@ QJsonObject SearchRows::json() const {
         row.insert(QStringLiteral("row"), static_cast<qint64>(index + 1));
         rows.append(row);
     }
-    return {{QStringLiteral("term"), controller.currentSearchTerm()},
+    return {{QStringLiteral("term"), term_},
             {QStringLiteral("rows"), rows},
             {QStringLiteral("services"), reportsOf(controller.stepReports())}};
 }

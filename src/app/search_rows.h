@@ -42,6 +42,7 @@ class SearchRows {
 
     Session& session_;
     DivertedAlerts& alerts_;
+    QString term_; ///< last searched for here; the controller forgets it when a host does not answer
     std::vector<Row> rows_;
     std::function<void(const Answer&)> waiting_;
     std::vector<Observation> observations_;

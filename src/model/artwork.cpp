@@ -9,12 +9,23 @@ static void registerModelImages() {
 
 namespace merlode {
 
+namespace {
+
+Image imageNamed(const QString& name) {
+    registerModelImages();
+    QFile file(QStringLiteral(":/merlode/images/") + name);
+    return Image::encoded(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+}
+
+} // namespace
+
 const Image& sSharedAlbumArtworkImage() {
-    static const Image image = [] {
-        registerModelImages();
-        QFile file(QStringLiteral(":/merlode/images/PanelAlbumArt.png"));
-        return Image::encoded(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
-    }();
+    static const Image image = imageNamed(QStringLiteral("PanelAlbumArt.png"));
+    return image;
+}
+
+const Image& sSharedNotificationHeart() {
+    static const Image image = imageNamed(QStringLiteral("NotificationHeart.png"));
     return image;
 }
 

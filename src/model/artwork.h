@@ -16,4 +16,7 @@ inline constexpr QSize kArtworkImageViewSize{static_cast<int>(kArtworkImageViewW
 /// art from the lack of it by comparing with this. Any thread.
 const Image& sSharedAlbumArtworkImage();
 
+/// The heart on notifications of liked tracks. Any thread.
+const Image& sSharedNotificationHeart();
+
 } // namespace merlode

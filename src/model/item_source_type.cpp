@@ -13,6 +13,11 @@ constexpr std::array kRawValues = {QStringView(u"iTunes"), QStringView(u"Spotify
 
 } // namespace
 
+// The bits of the set are in the order of the enumeration.
+ItemSourceType sourceOf(MusicItemSourceType service) {
+    return ItemSourceType(quint64{1} << static_cast<unsigned>(service));
+}
+
 QString rawValue(MusicItemSourceType source) {
     return kRawValues.at(static_cast<std::size_t>(source)).toString();
 }

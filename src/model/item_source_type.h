@@ -76,6 +76,9 @@ inline constexpr ItemSourceType ItemSourceType::AppleMusic{16};
 /// The one service on which an item is to be played.
 enum class MusicItemSourceType { iTunes, Spotify, Rdio, Pandora, AppleMusic };
 
+/// The set of this service alone.
+ItemSourceType sourceOf(MusicItemSourceType service);
+
 /// The text under which the service travels in remote messages: its name.
 QString rawValue(MusicItemSourceType source);
 

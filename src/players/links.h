@@ -1,6 +1,8 @@
 #pragma once
 
 #include "base/notification_center.h"
+#include "model/pandora_item.h"
+#include "model/remote_link.h"
 #include "platform/user_notification_center.h"
 #include "players/pandora_player.h"
 
@@ -10,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 /// What player control asks of parts that stand above it; `src/app` installs them. A link whose part is not
 /// there yet has a null implementation, which does what a program without it would do. All on the main
@@ -68,12 +71,18 @@ class PandoraLink {
     virtual bool isLogInReady() const = 0;
     /// A new adapter; called once, when the login is ready for the first time.
     virtual std::shared_ptr<PandoraPlayer> makePlayer() = 0;
+    /// Sends the saved stations, if there are any, to one client or to all.
+    virtual void broadcastPandoraStations(std::optional<RemoteLink::ClientId> client) = 0;
+    /// On a client: the host's stations take the place of those that are known.
+    virtual void updateRemoteStations(const std::vector<PandoraItem>& stations) = 0;
 };
 
 class NullPandoraLink final : public PandoraLink {
   public:
     bool isLogInReady() const override { return false; }
     std::shared_ptr<PandoraPlayer> makePlayer() override { return nullptr; }
+    void broadcastPandoraStations(std::optional<RemoteLink::ClientId>) override {}
+    void updateRemoteStations(const std::vector<PandoraItem>&) override {}
 };
 
 } // namespace merlode

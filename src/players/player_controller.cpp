@@ -16,7 +16,24 @@
 namespace merlode {
 
 namespace {
+
 Q_LOGGING_CATEGORY(log, "merlode.players", QtWarningMsg)
+
+std::optional<DefaultsKey<bool>> enabledKeyOf(MusicItemSourceType service) {
+    switch (service) {
+    case MusicItemSourceType::iTunes:
+        return defaults::kEnableITunes;
+    case MusicItemSourceType::Spotify:
+        return defaults::kEnableSpotify;
+    case MusicItemSourceType::Rdio:
+        return defaults::kEnableRdio;
+    case MusicItemSourceType::Pandora:
+        return defaults::kEnablePandora;
+    default:
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 PlayerController& PlayerController::sharedController() {
@@ -32,7 +49,8 @@ PlayerController::PlayerController()
       search_(session_.port<SearchLink>()),
       reports_(session_.port<PlayReports>()),
       pandora_(session_.port<PandoraLink>()),
-      currentAlbumArt_(sSharedAlbumArtworkImage()) {
+      currentAlbumArt_(sSharedAlbumArtworkImage()),
+      artCourier_(session_) {
     activePlayer_.onSet([this](const auto& oldValue) { activePlayerWasSet(oldValue); });
     currentPlayState_.onSet([this](auto) {
         if (currentPlayState() != kPlayStateNotPlaying)
@@ -100,15 +118,13 @@ void PlayerController::setPlayerPosition(int seconds) {
 }
 
 void PlayerController::playTrack(const Track& track, const std::optional<QString>& clientName) {
-    if (clientName)
-        remoteClientName = clientName;
+    remoteClientName = clientName;
     if (activePlayer())
         activePlayer()->playTrack(track);
 }
 
 void PlayerController::playAlbum(const Album& album, const std::optional<QString>& clientName) {
-    if (clientName)
-        remoteClientName = clientName;
+    remoteClientName = clientName;
     if (activePlayer())
         activePlayer()->playAlbum(album);
 }
@@ -285,13 +301,25 @@ void PlayerController::broadcastPlayState(std::optional<RemoteLink::ClientId> cl
     remoteLink_.broadcastMessage(RemoteAction::playBackStateChanged, message, client);
 }
 
-void PlayerController::broadcastAllStates(std::optional<RemoteLink::ClientId> client) {
-    async([this, client] {
+void PlayerController::broadcastAllStates(std::optional<RemoteLink::ClientId> client,
+                                          std::function<void()> done) {
+    async([this, client, done = std::move(done)] {
         broadcastVolume(client);
         broadcastPlayState(client);
         remoteLink_.broadcastMessage(RemoteAction::trackChanged, currentTrackMessage(), client);
-        broadcastAlbumArt(client);
+        sendAlbumArt(client, done);
     });
+}
+
+void PlayerController::setServiceEnabled(MusicItemSourceType service, bool enabled) {
+    const auto key = enabledKeyOf(service);
+    if (!key || defaults_.boolFor(*key) == enabled)
+        return;
+    defaults_.set(*key, enabled);
+    post(notifications::kAvailableSourcesChanged);
+    QVariantMap message;
+    addAvailability(message);
+    remoteLink_.broadcastMessage(RemoteAction::remoteSourceChanged, message);
 }
 
 bool PlayerController::activeIs(MusicPlayerType type) const {

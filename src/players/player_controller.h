@@ -6,6 +6,7 @@
 #include "base/run_loop.h"
 #include "model/item_source_type.h"
 #include "model/remote_link.h"
+#include "players/art_courier.h"
 #include "players/music_player.h"
 #include "players/position_clock.h"
 
@@ -122,7 +123,8 @@ class PlayerController {
     /// With a volume other than 0 mutes and remembers it; with 0 returns to the remembered volume.
     void toggleMute(int volume);
     void toggleMuteHotkey();
-    /// The last step of playing an item: hands it to the active player and remembers who asked.
+    /// The last step of playing an item: hands it to the active player and remembers which client asked, if
+    /// one did.
     void playTrack(const Track& track, const std::optional<QString>& clientName);
     void playAlbum(const Album& album, const std::optional<QString>& clientName);
 
@@ -136,7 +138,8 @@ class PlayerController {
                           const std::optional<QString>& clientName = std::nullopt);
     void findAndPlayAlbum(const std::shared_ptr<Album>& album, bool remote = false,
                           const std::optional<QString>& clientName = std::nullopt);
-    /// Play the item if the service has it, once the application is up: one that does not run is started.
+    /// Play the item if the service has it, once the application is up: one that does not run is started. On
+    /// a client, as for Pandora's, the host plays it.
     void playiTunesTrack(const std::shared_ptr<Track>& track, const std::optional<QString>& remoteAddress,
                          const std::optional<QString>& clientName);
     void playSpotifyTrack(const std::shared_ptr<Track>& track, const std::optional<QString>& remoteAddress,
@@ -153,6 +156,8 @@ class PlayerController {
                          const std::optional<QString>& clientName);
     void playPandoraStation(const PandoraItem& station, const std::optional<QString>& remoteAddress,
                             const std::optional<QString>& clientName);
+    /// Switches a service on or off for searching and playing, and tells everybody, clients included.
+    void setServiceEnabled(MusicItemSourceType service, bool enabled);
     /// Starts the service's application, keeps the item until it is up and tells of it; an application that
     /// is not installed is only told of. A newer request takes the place of one that waits.
     void openPlayerAndPlayMusicItem(MusicItemSourceType source, const std::shared_ptr<MusicItem>& item,
@@ -208,14 +213,18 @@ class PlayerController {
     /// Art that a search has found; dropped when the track has been left or has art by now.
     void replaceAlbumArt(const Image& image, const QString& trackName, const QString& artistName,
                          const QString& albumName);
-    /// The complete picture, queued, for one client or for all: volume, play state, track, art.
-    void broadcastAllStates(std::optional<RemoteLink::ClientId> client = std::nullopt);
+    /// The complete picture, queued, for one client or for all: volume, play state, track, art. `done` is
+    /// called once all of it has been sent.
+    void broadcastAllStates(std::optional<RemoteLink::ClientId> client = std::nullopt,
+                            std::function<void()> done = {});
     /// Reads the volume of the active player and takes a difference over.
     void checkActivePlayerVolume();
     /// Forgets the track and all that was read of the player.
     void clearCurrentTrackData();
     /// Notices that the active player's process has gone.
     void checkProcessID();
+    /// Sets the name and tells of it; nothing where no station plays.
+    void setPandoraStationName(const std::optional<QString>& name);
     /// Stops every timer, for good; called when the program ends.
     void killAllTimers();
 
@@ -275,7 +284,6 @@ class PlayerController {
     void nobodyIsActive();
     void showPlaceholderArt();
     void clearPandora();
-    void setPandoraStationName(const std::optional<QString>& name);
     void startVolumePolling();
     void stopVolumePolling();
     void startProcessIDPolling();
@@ -296,7 +304,8 @@ class PlayerController {
     static AlbumArtDetails artDetailsOf(const Track& track);
     void fetchAlbumArt(MusicPlayerType chosenPlayer, bool secondAttempt);
     void lookForLateArt(const AlbumArtDetails& details, int looks);
-    void broadcastAlbumArt(std::optional<RemoteLink::ClientId> client = std::nullopt);
+    void broadcastAlbumArt();
+    void sendAlbumArt(std::optional<RemoteLink::ClientId> client, std::function<void()> done);
     void broadcastVolume(std::optional<RemoteLink::ClientId> client = std::nullopt);
     void broadcastPlayState(std::optional<RemoteLink::ClientId> client = std::nullopt);
     void forceSyncState();
@@ -331,7 +340,7 @@ class PlayerController {
     std::atomic<bool> hasRemotePlayer_ = false;
     AlbumArtDetails currentAlbumArtDetails_;
     PositionClock clock_;
-    quint64 remoteArtTicket_ = 0; ///< counts the art that a server sent; the last one is the valid one
+    ArtCourier artCourier_;
 
     Timer volumeTimer_;
     Timer processIDTimer_;

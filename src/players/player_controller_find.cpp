@@ -11,6 +11,7 @@
 #include "players/links.h"
 #include "players/local_players.h"
 #include "players/player_controller.h"
+#include "players/remote_player.h"
 
 #include <array>
 
@@ -23,16 +24,26 @@ struct Service {
     ItemSourceType source;
     MusicItemSourceType preference;
     DefaultsKey<bool> enabled;
+    void (RemotePlayer::*playTrackAtHost)(const Track&);
+    void (RemotePlayer::*playAlbumAtHost)(const Album&);
 };
 
 // In the order in which they are tried.
 constexpr std::array kServices{
     Service{MusicPlayerType::iTunes, ItemSourceType::iTunes, MusicItemSourceType::iTunes,
-            defaults::kEnableITunes},
+            defaults::kEnableITunes, &RemotePlayer::playiTunesTrack, &RemotePlayer::playiTunesAlbum},
     Service{MusicPlayerType::Spotify, ItemSourceType::Spotify, MusicItemSourceType::Spotify,
-            defaults::kEnableSpotify},
-    Service{MusicPlayerType::Rdio, ItemSourceType::Rdio, MusicItemSourceType::Rdio, defaults::kEnableRdio},
+            defaults::kEnableSpotify, &RemotePlayer::playSpotifyTrack, &RemotePlayer::playSpotifyAlbum},
+    Service{MusicPlayerType::Rdio, ItemSourceType::Rdio, MusicItemSourceType::Rdio, defaults::kEnableRdio,
+            &RemotePlayer::playRdioTrack, &RemotePlayer::playRdioAlbum},
 };
+
+void playAtHost(RemotePlayer& host, const Service& service, const MusicItem& item) {
+    if (const auto* album = dynamic_cast<const Album*>(&item))
+        (host.*service.playAlbumAtHost)(*album);
+    else if (const auto* track = dynamic_cast<const Track*>(&item))
+        (host.*service.playTrackAtHost)(*track);
+}
 
 const Service& serviceOf(MusicPlayerType type) {
     return *std::ranges::find(kServices, type, &Service::type);
@@ -89,7 +100,9 @@ void PlayerController::playOn(MusicPlayerType type, const std::shared_ptr<MusicI
     const auto& service = serviceOf(type);
     if (!item->sourceType().contains(service.source))
         return;
-    if (const auto player = adapterOf(type))
+    if (const auto host = activeRemotePlayer())
+        playAtHost(*host, service, *item);
+    else if (const auto player = adapterOf(type))
         playWith(player, *item, clientName);
     else
         openPlayerAndPlayMusicItem(service.preference, item, remoteAddress, clientName);
@@ -160,14 +173,18 @@ void PlayerController::openPlayerAndPlayMusicItem(MusicItemSourceType source,
 
 void PlayerController::playPandoraItem(const PandoraItem& item, const std::optional<QString>& remoteAddress,
                                        const std::optional<QString>& clientName) {
-    if (const auto player = readyPandoraPlayer(remoteAddress, clientName))
+    if (const auto host = activeRemotePlayer())
+        host->playPandoraItem(item);
+    else if (const auto player = readyPandoraPlayer(remoteAddress, clientName))
         player->playItem(item);
 }
 
 void PlayerController::playPandoraStation(const PandoraItem& station,
                                           const std::optional<QString>& remoteAddress,
                                           const std::optional<QString>& clientName) {
-    if (const auto player = readyPandoraPlayer(remoteAddress, clientName))
+    if (const auto host = activeRemotePlayer())
+        host->playPandoraStation(station);
+    else if (const auto player = readyPandoraPlayer(remoteAddress, clientName))
         player->playStation(station);
 }
 
@@ -185,8 +202,7 @@ PlayerController::readyPandoraPlayer(const std::optional<QString>& remoteAddress
                   remoteAddress);
         return nullptr;
     }
-    if (clientName)
-        remoteClientName = clientName;
+    remoteClientName = clientName;
     switchToPlayer(player);
     startPandoraPolling();
     return player;

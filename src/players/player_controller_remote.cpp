@@ -3,7 +3,6 @@
 #include "base/notification_names.h"
 #include "base/session.h"
 #include "model/artwork.h"
-#include "model/queues.h"
 #include "players/player_controller.h"
 #include "players/remote_player.h"
 #include "players/remote_state.h"
@@ -116,24 +115,23 @@ void PlayerController::remoteVolumeChanged(const QVariantMap& message) {
 }
 
 void PlayerController::remoteAlbumArtChanged(const QVariantMap& message) {
-    if (!activeRemotePlayer())
-        return;
+    const auto player = activeRemotePlayer();
     const auto useDefault = remotestate::flag(message, QStringLiteral("useDefault"));
     const QVariant data = message.value(QStringLiteral("imageData"));
-    if (!useDefault || (!*useDefault && data.typeId() != QMetaType::QByteArray))
+    if (!player || !useDefault || (!*useDefault && data.typeId() != QMetaType::QByteArray))
         return;
-    const auto ticket = ++remoteArtTicket_;
-    if (*useDefault)
+    artCourier_.forgetDecoding();
+    if (*useDefault) {
+        player->remoteTrackAlbumArt = std::nullopt;
         return showPlaceholderArt();
-    kImageDownloadQueue().async(
-        [this, weak = std::weak_ptr(alive_), &loop = session_.runLoop(), bytes = data.toByteArray(), ticket] {
-            // A broken picture counts as none.
-            const auto image = Image::decode(bytes).value_or(sSharedAlbumArtworkImage());
-            loop.async([this, weak, image, ticket] {
-                if (weak.lock() && ticket == remoteArtTicket_ && activeRemotePlayer())
-                    currentAlbumArt_.set(image);
-            });
-        });
+    }
+    artCourier_.decode(data.toByteArray(), [this](const std::optional<Image>& image) {
+        const auto host = activeRemotePlayer();
+        if (!host)
+            return;
+        host->remoteTrackAlbumArt = image;
+        currentAlbumArt_.set(image.value_or(sSharedAlbumArtworkImage())); // a broken picture counts as none
+    });
 }
 
 void PlayerController::remoteSourceChanged(const QVariantMap& message) {

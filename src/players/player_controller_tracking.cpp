@@ -11,8 +11,6 @@
 #include "players/local_players.h"
 #include "players/player_controller.h"
 
-#include <QBuffer>
-
 namespace merlode {
 
 namespace {
@@ -43,14 +41,6 @@ constexpr double kVolumePollPause = 3.0;
 
 // Spotify rounds what it is given: smaller differences are its rounding.
 constexpr int kSpotifyVolumeRounding = 2;
-
-QByteArray tiff(const Image& image) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.pixels().save(&buffer, "TIFF");
-    return bytes;
-}
 
 } // namespace
 
@@ -177,15 +167,29 @@ void PlayerController::replaceAlbumArt(const Image& image, const QString&, const
     currentAlbumArt_.set(image);
 }
 
-void PlayerController::broadcastAlbumArt(std::optional<RemoteLink::ClientId> client) {
-    if (!remoteLink_.hasClients())
-        return; // a picture takes milliseconds to write, for nobody
-    QVariantMap message;
-    const bool useDefault = currentAlbumArt() == sSharedAlbumArtworkImage();
-    if (!useDefault)
-        message.insert(QStringLiteral("imageData"), tiff(currentAlbumArt()));
-    message.insert(QStringLiteral("useDefault"), useDefault);
-    remoteLink_.broadcastMessage(RemoteAction::albumArtChanged, message, client);
+void PlayerController::broadcastAlbumArt() {
+    if (remoteLink_.hasClients()) // a picture takes milliseconds to write, for nobody
+        sendAlbumArt(std::nullopt, {});
+}
+
+void PlayerController::sendAlbumArt(std::optional<RemoteLink::ClientId> client, std::function<void()> done) {
+    const auto send = [this, client](const QVariantMap& message) {
+        remoteLink_.broadcastMessage(RemoteAction::albumArtChanged, message, client);
+    };
+    const Image art = currentAlbumArt();
+    if (art == sSharedAlbumArtworkImage()) {
+        artCourier_.forgetEncoded();
+        send({{QStringLiteral("useDefault"), true}});
+        return done ? done() : void();
+    }
+    artCourier_.encode(art, [this, send, client, done = std::move(done), art](const QByteArray& tiff) {
+        if (art == currentAlbumArt())
+            send({{QStringLiteral("imageData"), tiff}, {QStringLiteral("useDefault"), false}});
+        else if (client) // all others have been sent what came since, or are about to be
+            return sendAlbumArt(client, done);
+        if (done)
+            done();
+    });
 }
 
 // The volume.

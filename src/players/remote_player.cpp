@@ -1,6 +1,8 @@
 #include "players/remote_player.h"
 
 #include "base/session.h"
+#include "model/album.h"
+#include "model/pandora_item.h"
 #include "model/remote_link.h"
 #include "model/track.h"
 
@@ -16,6 +18,21 @@ constexpr int kThumbUp = 2;
 
 void sendToHost(RemoteAction action, const QVariantMap& payload = {}) {
     Session::current().port<RemoteLink>().sendMessageToHost(action, payload);
+}
+
+void sendTrack(const Track& track, MusicItemSourceType source) {
+    sendToHost(RemoteAction::playTrack, {{QStringLiteral("trackDictionary"), track.trackToDictionary()},
+                                         {QStringLiteral("source"), rawValue(source)}});
+}
+
+void sendAlbum(const Album& album, MusicItemSourceType source) {
+    sendToHost(RemoteAction::playAlbum, {{QStringLiteral("albumDictionary"), album.albumToDictionary(false)},
+                                         {QStringLiteral("source"), rawValue(source)}});
+}
+
+void sendPandora(RemoteAction action, const PandoraItem& item) {
+    sendToHost(action, {{QStringLiteral("pandoraDictionary"), item.itemToDictionary()},
+                        {QStringLiteral("source"), rawValue(MusicItemSourceType::Pandora)}});
 }
 
 double uptime() {
@@ -96,6 +113,38 @@ void RemotePlayer::nextTrack() {
 
 void RemotePlayer::setSoundVolume(int volume) {
     sendToHost(RemoteAction::setVolume, {{QStringLiteral("volume"), volume}});
+}
+
+void RemotePlayer::playiTunesTrack(const Track& track) {
+    sendTrack(track, MusicItemSourceType::iTunes);
+}
+
+void RemotePlayer::playSpotifyTrack(const Track& track) {
+    sendTrack(track, MusicItemSourceType::Spotify);
+}
+
+void RemotePlayer::playRdioTrack(const Track& track) {
+    sendTrack(track, MusicItemSourceType::Rdio);
+}
+
+void RemotePlayer::playiTunesAlbum(const Album& album) {
+    sendAlbum(album, MusicItemSourceType::iTunes);
+}
+
+void RemotePlayer::playSpotifyAlbum(const Album& album) {
+    sendAlbum(album, MusicItemSourceType::Spotify);
+}
+
+void RemotePlayer::playRdioAlbum(const Album& album) {
+    sendAlbum(album, MusicItemSourceType::Rdio);
+}
+
+void RemotePlayer::playPandoraItem(const PandoraItem& item) {
+    sendPandora(RemoteAction::playPandoraItem, item);
+}
+
+void RemotePlayer::playPandoraStation(const PandoraItem& station) {
+    sendPandora(RemoteAction::playPandoraStation, station);
 }
 
 void RemotePlayer::pandoraThumbsUp() {

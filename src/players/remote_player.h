@@ -7,12 +7,16 @@
 
 namespace merlode {
 
+struct PandoraItem;
+
 /// The player of another machine, while this instance is its client: the last state that the server told. A
 /// command is sent to the server and changes nothing here; the new state comes back as a message.
 class RemotePlayer : public MusicPlayer {
   public:
     RemotePlayer() : MusicPlayer(MusicPlayerType::Remote) {}
 
+    /// The art that the server sent last; nothing while it has none.
+    std::optional<Image> remoteTrackAlbumArt;
     QString remoteTrackName;
     QString remoteAlbumName;
     QString remoteArtistName;
@@ -49,6 +53,18 @@ class RemotePlayer : public MusicPlayer {
     void previousTrack() override;
     void nextTrack() override;
     void setSoundVolume(int volume) override;
+
+    // Have the server play an item on one of its services.
+
+    void playiTunesTrack(const Track& track);
+    void playSpotifyTrack(const Track& track);
+    void playRdioTrack(const Track& track);
+    void playiTunesAlbum(const Album& album);
+    void playSpotifyAlbum(const Album& album);
+    void playRdioAlbum(const Album& album);
+    void playPandoraItem(const PandoraItem& item);
+    void playPandoraStation(const PandoraItem& station);
+
     void pandoraThumbsUp();
     void pandoraThumbsDown();
     void updateiTunesRating(int rating);

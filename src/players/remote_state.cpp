@@ -50,6 +50,14 @@ std::optional<QString> text(const QVariantMap& message, const QString& key) {
     return typed<QString>(message, key);
 }
 
+std::optional<QVariantMap> dictionary(const QVariantMap& message, const QString& key) {
+    return typed<QVariantMap>(message, key);
+}
+
+std::optional<QVariantList> list(const QVariantMap& message, const QString& key) {
+    return typed<QVariantList>(message, key);
+}
+
 std::optional<Position> position(const QVariantMap& message) {
     const auto duration = integer(message, QStringLiteral("trackDuration"));
     const auto position = integer(message, QStringLiteral("playerPosition"));

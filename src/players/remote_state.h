@@ -41,6 +41,8 @@ struct TrackState {
 std::optional<int> integer(const QVariantMap& message, const QString& key);
 std::optional<bool> flag(const QVariantMap& message, const QString& key);
 std::optional<QString> text(const QVariantMap& message, const QString& key);
+std::optional<QVariantMap> dictionary(const QVariantMap& message, const QString& key);
+std::optional<QVariantList> list(const QVariantMap& message, const QString& key);
 
 /// Negative values count as missing.
 std::optional<Position> position(const QVariantMap& message);

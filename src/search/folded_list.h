@@ -18,6 +18,10 @@ class FoldedList {
   public:
     using Pointer = std::shared_ptr<Item>;
 
+    /// Without `looksForKeys` newcomers are left as they are: for items that go elsewhere at once, or whose
+    /// keys are to be had elsewhere.
+    explicit FoldedList(bool looksForKeys = true) : looksForKeys_(looksForKeys) {}
+
     const std::vector<Pointer>& items() const { return items_; }
     std::size_t size() const { return items_.size(); }
     std::vector<Pointer> takeItems() {
@@ -56,11 +60,13 @@ class FoldedList {
     };
 
     void append(const Pointer& newcomer) {
-        newcomer->getPlayKeys();
+        if (looksForKeys_)
+            newcomer->getPlayKeys();
         items_.push_back(newcomer);
         places_.emplace(&newcomer->identity(), items_.size() - 1);
     }
 
+    const bool looksForKeys_;
     std::vector<Pointer> items_;
     std::unordered_map<const ItemIdentity*, std::size_t, Hash, Equal> places_; ///< the items own the keys
 };

@@ -13,20 +13,6 @@ quint64 discOf(const LibrarySong& song) {
     return std::max<quint64>(song.discNumber, 1);
 }
 
-std::shared_ptr<Track> trackOf(const LibrarySong& song) {
-    const QString key = playKeyOf(song);
-    auto track = Track::iTunesTrack({.id = key,
-                                     .name = song.title,
-                                     .albumName = song.albumTitle,
-                                     .artistName = song.artistName,
-                                     .duration = song.totalTime,
-                                     .isExplicit = false,
-                                     .trackNumber = song.trackNumber},
-                                    key);
-    track->setDiscNumber(discOf(song));
-    return track;
-}
-
 const QString& albumArtistOf(const LibrarySong& song) {
     if (song.isCompilation)
         return kCompilationAlbumArtistName;
@@ -45,16 +31,16 @@ void addTracks(const LibrarySongs& songs, const SearchTerm& term, FoldedList<Tra
     for (const auto place : songs.firstContaining(term, kMaxiTunesSongResults)) {
         if (isCancelled())
             return;
-        tracks.appendNew(trackOf(songs.song(place)));
+        tracks.appendNew(libraryTrack(songs.song(place)));
     }
 }
 
 // The art is read for an album that stays only, since reading it takes far longer than all the rest.
-void addAlbum(const LibrarySong& song, FoldedList<Album>& albums) {
+void addAlbum(const LibrarySong& song, FoldedList<Album>& albums, SearchedFor searchedFor) {
     const auto album = albumOf(song);
     if (albums.equalOf(*album))
         return;
-    if (song.hasArtwork) {
+    if (song.hasArtwork && searchedFor == SearchedFor::Views) {
         if (const auto art = Session::current().port<MediaLibrary>().artwork(song.persistentID))
             album->setImage(art);
     }
@@ -62,24 +48,26 @@ void addAlbum(const LibrarySong& song, FoldedList<Album>& albums) {
 }
 
 void addAlbums(const LibrarySongs& songs, const SearchTerm& term, FoldedList<Album>& albums,
-               const std::function<bool()>& isCancelled) {
+               SearchedFor searchedFor, const std::function<bool()>& isCancelled) {
     songs.forEachAlbumContaining(term, [&](LibrarySongs::Place place) {
         if (albums.size() >= kMaxiTunesAlbumResults || isCancelled())
             return false;
-        addAlbum(songs.song(place), albums);
+        addAlbum(songs.song(place), albums, searchedFor);
         return true;
     });
 }
 
-void fillAlbum(const LibrarySongs& songs, Album& album, const std::function<bool()>& isCancelled) {
+void fillAlbum(const LibrarySongs& songs, Album& album, SearchedFor searchedFor,
+               const std::function<bool()>& isCancelled) {
     const bool isCompilation = album.artistName() == kCompilationAlbumArtistName;
     auto tracks = album.tracks();
     for (const auto place :
          songs.songsOfAlbum(album.name(), isCompilation ? std::nullopt : std::optional(album.artistName()))) {
         if (isCancelled())
             return;
-        tracks.push_back(trackOf(songs.song(place)));
-        tracks.back()->getPlayKeys();
+        tracks.push_back(libraryTrack(songs.song(place)));
+        if (searchedFor == SearchedFor::Views)
+            tracks.back()->getPlayKeys();
     }
     std::ranges::stable_sort(tracks, {}, [](const auto& track) { return track->number(); });
     album.setTracks(std::move(tracks));
@@ -87,17 +75,31 @@ void fillAlbum(const LibrarySongs& songs, Album& album, const std::function<bool
 
 } // namespace
 
+std::shared_ptr<Track> libraryTrack(const LibrarySong& song) {
+    const QString key = playKeyOf(song);
+    auto track = Track::iTunesTrack({.id = key,
+                                     .name = song.title,
+                                     .albumName = song.albumTitle,
+                                     .artistName = song.artistName,
+                                     .duration = song.totalTime,
+                                     .isExplicit = false,
+                                     .trackNumber = song.trackNumber},
+                                    key);
+    track->setDiscNumber(discOf(song));
+    return track;
+}
+
 void searchLibrary(const LibrarySongs& songs, const QString& term, const std::function<bool()>& isCancelled,
-                   FoldedList<Track>& tracks, FoldedList<Album>& albums) {
+                   FoldedList<Track>& tracks, FoldedList<Album>& albums, SearchedFor searchedFor) {
     const SearchTerm wanted(term);
     addTracks(songs, wanted, tracks, isCancelled);
     if (isCancelled())
         return;
-    addAlbums(songs, wanted, albums, isCancelled);
+    addAlbums(songs, wanted, albums, searchedFor, isCancelled);
     for (const auto& album : albums.items()) {
         if (isCancelled())
             return;
-        fillAlbum(songs, *album, isCancelled);
+        fillAlbum(songs, *album, searchedFor, isCancelled);
     }
 }
 

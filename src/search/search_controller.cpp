@@ -2,7 +2,6 @@
 
 #include "base/notification_names.h"
 #include "base/session.h"
-#include "model/remote_link.h"
 #include "platform/user_defaults.h"
 #include "players/player_controller.h"
 
@@ -33,6 +32,9 @@ SearchController::SearchController()
     : session_(Session::current()),
       defaults_(session_.port<UserDefaults>()),
       lastSearchTime_(session_.runLoop().now()),
+      remoteSearchStartTime_(session_.runLoop().uptime()),
+      remoteSearchQueue_(QStringLiteral("co.vantry.Merlode.RemoteSearchQueue"), session_.executor(),
+                         &session_),
       searchQueue_(QStringLiteral("co.vantry.Merlode.SearchQueue"), session_.executor(), &session_) {}
 
 SearchController::~SearchController() {
@@ -45,6 +47,7 @@ void SearchController::searchForTerm(const QString& term) {
     lastSearchTime_ = session_.runLoop().now();
     if (isRemote())
         return searchAtHost(term);
+    stopRemoteSearchTimer(); // of a host that was left meanwhile
     cancelSearch();
     clearSearchResults(true);
     currentSearchTerm_ = term;
@@ -93,22 +96,6 @@ void SearchController::finished(const std::shared_ptr<SearchRun>& run) {
         return; // a newer search has begun since
     run_ = nullptr;
     results_ = run->takeResults();
-    post(notifications::kSearchControllerFinished);
-}
-
-// The search of a client.
-
-void SearchController::searchAtHost(const QString& term) {
-    clearSearchResults(true);
-    currentSearchTerm_ = term;
-    remoteSearchTimer_ = session_.runLoop().after(kRemoteSearchTimeOut, [this] { remoteSearchTimerEnded(); });
-    session_.port<RemoteLink>().sendMessageToHost(RemoteAction::remoteSearch,
-                                                  {{QStringLiteral("searchTerm"), term}});
-}
-
-void SearchController::remoteSearchTimerEnded() {
-    remoteSearchTimer_.invalidate();
-    currentSearchTerm_.clear(); // a late answer is to be dropped
     post(notifications::kSearchControllerFinished);
 }
 

@@ -22,7 +22,8 @@ enum class SortDirection { AZ, ZA };
 
 /// The one search over everything: the local library, Spotify, Pandora (and Rdio, whose step is switched
 /// off), one after the other on one background operation, which hands over six finished lists at once. A new
-/// search stops a running one. Main thread.
+/// search stops a running one. On a client the host searches its library instead, and this machine, as a
+/// host, searches its own for its clients. Main thread.
 class SearchController {
   public:
     static SearchController& sharedController();
@@ -50,6 +51,20 @@ class SearchController {
     /// Searches; returns at once. "SearchControllerSearchAction" tells that the lists are empty now,
     /// "SearchControllerFinished" that they hold the results. On a client the host searches its library.
     void searchForTerm(const QString& term);
+
+    /// As a host: searches the library for the client with this address, in the background, and sends it what
+    /// was found and which services this machine has. Without the library service nothing is found. A search
+    /// that comes while very many wait is passed over.
+    void remoteSearchForTerm(const QString& term, const QString& address);
+
+    /// Whether a host's answer to this search is being waited for: to an older one, or a late one, it is not.
+    bool awaitsRemoteResults(const QString& term) const;
+
+    /// As a client: merges a host's answer into the lists, unless nobody waits for it, and ends the search.
+    /// The items look for their keys at those of the services on offer that can be asked from here.
+    void processRemoteSearchResults(const QString& term, const std::vector<std::shared_ptr<Track>>& tracks,
+                                    const std::vector<std::shared_ptr<Album>>& albums,
+                                    ItemSourceType offered);
 
     /// Empties the lists and forgets the sorting. Tells of it by "SearchControllerSearchAction" when a search
     /// follows, else by "SearchControllerClearResults".
@@ -84,7 +99,10 @@ class SearchController {
     };
 
     void searchAtHost(const QString& term);
+    void startRemoteSearchTimer();
+    void stopRemoteSearchTimer();
     void remoteSearchTimerEnded();
+    void reportOfHost(StepFailure failure);
     SearchPlan planFor(const QString& term) const;
     void startSearch(SearchPlan plan);
     void finished(const std::shared_ptr<SearchRun>& run);
@@ -97,11 +115,13 @@ class SearchController {
     double lastSearchTime_;
     Sorting trackSort_;
     Sorting pandoraSort_;
-    Timer remoteSearchTimer_;
+    Timer remoteSearchTimer_;        ///< held while a host is searching
+    double remoteSearchStartTime_;   ///< uptime
     std::shared_ptr<SearchRun> run_; ///< the search that is under way
     ArtSearch art_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); ///< finished searches hold it weakly
-    OperationQueue searchQueue_; // last: its end waits for work that uses the others
+    OperationQueue remoteSearchQueue_; ///< of the clients' searches, which do not wait for our own
+    OperationQueue searchQueue_; // last, as the one before: their ends wait for work that uses the others
 };
 
 } // namespace merlode

@@ -4,50 +4,12 @@
 #include "model/item_link.h"
 #include "search/library_step.h"
 
-#include <algorithm>
-
 namespace merlode {
 
 namespace {
 
 double uptime() {
     return Session::current().runLoop().uptime();
-}
-
-ItemSourceType sourceOf(MusicItemSourceType service) {
-    switch (service) {
-    case MusicItemSourceType::Spotify:
-        return ItemSourceType::Spotify;
-    case MusicItemSourceType::Rdio:
-        return ItemSourceType::Rdio;
-    case MusicItemSourceType::Pandora:
-        return ItemSourceType::Pandora;
-    default:
-        return ItemSourceType::iTunes;
-    }
-}
-
-// Copies of the first items that the preferred service has or, if it has none, of the first ones at all. They
-// look for their keys themselves, since the rows below are others.
-template<class Item, class Copy>
-std::vector<std::shared_ptr<Item>> topOf(const std::vector<std::shared_ptr<Item>>& items,
-                                         const SearchPlan& plan, Copy copy) {
-    std::vector<std::shared_ptr<Item>> top;
-    const auto pick = [&](auto accepts) {
-        for (const auto& item : items) {
-            if (top.size() == plan.numberTopItems)
-                return;
-            if (accepts(*item))
-                top.push_back(copy(*item));
-        }
-    };
-    const auto preferred = sourceOf(plan.preferredService);
-    pick([preferred](const Item& item) { return item.sourceType().contains(preferred); });
-    if (top.empty())
-        pick([](const Item&) { return true; });
-    for (const auto& item : top)
-        item->getPlayKeys();
-    return top;
 }
 
 } // namespace
@@ -62,10 +24,14 @@ void SearchRun::execute() {
     askService(MusicItemSourceType::Pandora, searchPandora);
     if (isCancelled())
         return;
-    pickTopItems();
     results_.tracks = findings_.tracks.items();
     results_.albums = findings_.albums.items();
     results_.pandora = findings_.pandora;
+    pickTopItems(results_, plan_.preferredService, plan_.numberTopItems);
+    for (const auto& track : results_.topTracks)
+        track->getPlayKeys();
+    for (const auto& album : results_.topAlbums)
+        album->getPlayKeys();
     results_.seconds = uptime() - start;
     finished_ = !isCancelled();
 }
@@ -89,16 +55,6 @@ StepFailure SearchRun::askLibrary(const SearchStep& step) const {
     const auto songs = Session::current().port<ItemLink>().iTunesSongs();
     searchLibrary(*songs, step.term, step.isCancelled, step.findings.tracks, step.findings.albums);
     return std::nullopt;
-}
-
-void SearchRun::pickTopItems() {
-    results_.topTracks =
-        topOf(findings_.tracks.items(), plan_, [](const Track& track) { return Track::copyTrack(track); });
-    results_.topAlbums =
-        topOf(findings_.albums.items(), plan_, [](const Album& album) { return Album::copyAlbum(album); });
-    const auto count = std::min(plan_.numberTopItems, findings_.pandora.size());
-    results_.topPandora.assign(findings_.pandora.begin(),
-                               findings_.pandora.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
 } // namespace merlode

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/item_source_type.h"
-#include "search/search_step.h"
+#include "search/search_results.h"
 
 #include <memory>
 #include <vector>
@@ -14,25 +14,6 @@ struct SearchPlan {
     ItemSourceType services;                ///< that are asked
     MusicItemSourceType preferredService{}; ///< whose results stand on top
     std::size_t numberTopItems = 0;         ///< length of each top list
-};
-
-/// What became of one service of a search.
-struct StepReport {
-    MusicItemSourceType service{};
-    double seconds = 0;
-    StepFailure failure; ///< nothing when it answered
-};
-
-/// What a search hands over.
-struct SearchResults {
-    std::vector<std::shared_ptr<Track>> tracks;
-    std::vector<std::shared_ptr<Album>> albums;
-    std::vector<PandoraItem> pandora;
-    std::vector<std::shared_ptr<Track>> topTracks;
-    std::vector<std::shared_ptr<Album>> topAlbums;
-    std::vector<PandoraItem> topPandora;
-    std::vector<StepReport> steps;
-    double seconds = 0; ///< from the first step to the last
 };
 
 /// One search, on lists of its own, so that nobody sees the results of one that was stopped. Made on the main
@@ -57,7 +38,6 @@ class SearchRun {
     StepFailure askLibrary(const SearchStep& step) const;
     template<class Ask>
     void timed(MusicItemSourceType service, Ask ask);
-    void pickTopItems();
 
     const SearchPlan plan_;
     HttpCancellation cancellation_;

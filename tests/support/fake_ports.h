@@ -166,10 +166,21 @@ class FakePandora final : public PandoraLink {
     std::shared_ptr<FakePandoraPlayer> player = std::make_shared<FakePandoraPlayer>();
 
     bool isLogInReady() const override { return ready; }
+    std::vector<PandoraItem> stations;
+    RemoteLink* link = nullptr; ///< by which the stations are sent
+
     std::shared_ptr<PandoraPlayer> makePlayer() override {
         ++made;
         return player;
     }
+    void broadcastPandoraStations(std::optional<RemoteLink::ClientId> client) override {
+        QVariantList list;
+        for (const auto& station : stations)
+            list << station.itemToDictionary();
+        if (link && !list.isEmpty())
+            link->broadcastMessage(RemoteAction::pandoraStationsChanged, {{u"stations"_qs, list}}, client);
+    }
+    void updateRemoteStations(const std::vector<PandoraItem>& items) override { stations = items; }
 };
 
 } // namespace merlode
