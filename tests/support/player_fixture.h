@@ -16,13 +16,16 @@ namespace merlode {
 /// records.
 class PlayerMachine {
   public:
-    explicit PlayerMachine(RemoteLink* link = nullptr) {
+    explicit PlayerMachine(RemoteLink* link = nullptr)
+        : PlayerMachine([this, link](Session&) -> RemoteLink& { return link ? *link : remote; }) {}
+    /// With a link that is itself a part of the session.
+    explicit PlayerMachine(const std::function<RemoteLink&(Session&)>& link) {
         auto& session = test.session;
         session.installReference<Workspace>(desktop);
         session.installReference<ScriptedPlayers>(desktop);
         session.installReference<UserDefaults>(userDefaults);
         session.installReference<Alerts>(alerts);
-        session.installReference<RemoteLink>(link ? *link : remote);
+        session.installReference<RemoteLink>(link(session));
         session.installReference<SearchLink>(links);
         session.installReference<PlayReports>(links);
         session.installReference<ApplicationDelegate>(links);

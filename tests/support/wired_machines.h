@@ -79,7 +79,9 @@ class FakeItems final : public ItemLink {
 /// A machine with all that takes part in remote actions.
 class RemoteMachine : public PlayerMachine {
   public:
-    explicit RemoteMachine(RemoteLink* link = nullptr) : PlayerMachine(link) {
+    RemoteMachine() : RemoteMachine(static_cast<RemoteLink*>(nullptr)) {}
+    template<class Link>
+    explicit RemoteMachine(Link link) : PlayerMachine(std::move(link)) {
         test.session.installReference<HttpClient>(http);
         test.session.installReference<ItemLink>(items);
         test.session.installReference<MediaLibrary>(library);
