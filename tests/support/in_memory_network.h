@@ -5,12 +5,11 @@
 
 #include <algorithm>
 #include <map>
-#include <vector>
 
 namespace merlode {
 
-/// Machines joined by a network in memory. Its loop stands for the network's thread and outlives what uses
-/// it: give it one of its own.
+/// Machines joined by a network in memory. Its loop stands for the network's thread: it is one of its own,
+/// and outlives what uses the network.
 class InMemoryNetwork {
   public:
     explicit InMemoryNetwork(RunLoop& loop) : loop_(loop) {}
@@ -19,21 +18,18 @@ class InMemoryNetwork {
 
     double latency = 0;             ///< seconds that everything takes on its way
     qsizetype mostAtATime = 65'536; ///< bytes that one read or write moves at most
-    qsizetype window = 262'144;     ///< bytes that can be under way in one direction, or come and unread
-    /// Nothing arrives any more and nobody is told: both ends of each connection stay half open. What is sent
-    /// meanwhile is lost for good.
+    qsizetype window = 262'144;     ///< bytes that can have been sent in one direction and not been read
+    /// Nothing arrives any more and nobody is told: connections stay half open. What is sent is lost for
+    /// good.
     bool silent = false;
 
     /// Breaks all connections, which both ends are told.
     void cut() {
-        for (const auto& weak : ends_) {
-            if (const auto end = weak.lock())
-                finish(end, QStringLiteral("the connection was cut"));
-        }
-        ends_.clear();
+        for (const auto& [id, stream] : std::map(streams_))
+            finish(id);
     }
 
-    /// The network as the machine at this address has it. The address is its "localHost".
+    /// The network as the machine at this address has it.
     StreamNetwork& machine(const QString& address) {
         auto& found = machines_[address];
         if (!found)
@@ -42,170 +38,157 @@ class InMemoryNetwork {
     }
 
   private:
-    struct End {
-        SocketAddress address;
-        SocketAddress peerAddress;
-        std::weak_ptr<End> peer{};
-        std::weak_ptr<StreamHandler> handler{};
-        unsigned watched = 0;
-        bool decided = false;
-        QString openingError{};
-        QByteArray came{};
-        qsizetype underWay = 0;
-        std::optional<QString> ended{};
-    };
-    using EndPtr = std::shared_ptr<End>;
-
-    class MemoryStream final : public Stream {
-      public:
-        MemoryStream(InMemoryNetwork& network, EndPtr end) : network_(network), end_(std::move(end)) {}
-        ~MemoryStream() override {
-            end_->handler.reset();
-            network_.pass([this, peer = end_->peer] {
-                if (const auto held = peer.lock())
-                    network_.finish(held, QStringLiteral("closed"));
-            });
+    struct MemoryStream final : Stream {
+        MemoryStream(InMemoryNetwork& net, SocketAddress localToUse, SocketAddress remoteToUse)
+            : network(net), id(++net.lastId_), local(std::move(localToUse)), remote(std::move(remoteToUse)) {
+            network.streams_[id] = this;
         }
-        QString openingError() override { return end_->openingError; }
-        void setHandler(std::weak_ptr<StreamHandler> handler) override { end_->handler = std::move(handler); }
+        ~MemoryStream() override {
+            network.streams_.erase(id);
+            network.pass([&net = network, peer = peer] { net.finish(peer); });
+        }
+        QString openingError() override { return error; }
+        void setHandler(std::weak_ptr<StreamHandler> toTell) override { handler = std::move(toTell); }
         void watch(unsigned interests) override {
-            end_->watched = interests;
-            network_.check(end_);
+            watched = interests;
+            network.check(id);
         }
         Transfer read(char* buffer, qsizetype size) override {
-            size = std::min({size, network_.mostAtATime, end_->came.size()});
+            size = std::min({size, network.mostAtATime, came.size()});
             if (size == 0)
-                return {0, end_->ended};
-            std::copy_n(end_->came.constData(), size, buffer);
-            end_->came.remove(0, size);
-            if (const auto peer = end_->peer.lock()) {
-                peer->underWay -= size;
-                network_.check(peer);
-            }
+                return {0, ended};
+            std::copy_n(came.constData(), size, buffer);
+            came.remove(0, size);
+            if (auto* sender = network.find(peer))
+                sender->unread -= size;
+            network.check(peer);
             return {size};
         }
         Transfer write(const char* bytes, qsizetype size) override {
-            if (end_->ended)
-                return {0, end_->ended};
-            size = std::min({size, network_.mostAtATime, network_.window - end_->underWay});
-            end_->underWay += size;
-            network_.pass([this, peer = end_->peer, sent = QByteArray(bytes, size)] {
-                if (const auto held = peer.lock()) {
-                    held->came += sent;
-                    network_.check(held);
-                }
+            if (ended)
+                return {0, ended};
+            size = std::min({size, network.mostAtATime, network.window - unread});
+            unread += size;
+            network.pass([&net = network, peer = peer, sent = QByteArray(bytes, size)] {
+                if (auto* receiver = net.find(peer))
+                    receiver->came += sent;
+                net.check(peer);
             });
             return {size};
         }
-        SocketAddress localAddress() const override { return end_->address; }
-        SocketAddress remoteAddress() const override { return end_->peerAddress; }
-
-      private:
-        InMemoryNetwork& network_;
-        const EndPtr end_;
-    };
-
-    class Listener final : public StreamListener {
-      public:
-        Listener(InMemoryNetwork& network, SocketAddress address, std::weak_ptr<ListenerHandler> handler)
-            : network_(network), address_(std::move(address)) {
-            network_.listeners_[key(address_)] = std::move(handler);
+        SocketAddress localAddress() const override { return local; }
+        SocketAddress remoteAddress() const override { return remote; }
+        unsigned ready() const {
+            return (came.isEmpty() && !ended ? 0 : kReadable) | (ended ? kHungUp : 0) |
+                   (decided && (unread < network.window || ended) ? kWritable : 0);
         }
-        ~Listener() override { network_.listeners_.erase(key(address_)); }
-        quint16 port() const override { return address_.port; }
 
-      private:
-        InMemoryNetwork& network_;
-        const SocketAddress address_;
+        InMemoryNetwork& network;
+        const int id;
+        const SocketAddress local;
+        const SocketAddress remote;
+        int peer = 0;
+        std::weak_ptr<StreamHandler> handler;
+        unsigned watched = 0;
+        bool decided = false;
+        QString error;
+        QByteArray came;
+        qsizetype unread = 0; ///< sent, and not taken by the peer
+        std::optional<QString> ended;
     };
 
-    class Machine final : public StreamNetwork {
-      public:
-        Machine(InMemoryNetwork& network, QString address)
-            : network_(network), address_(std::move(address)) {}
+    struct Listener final : StreamListener {
+        Listener(InMemoryNetwork& net, SocketAddress addressToUse)
+            : network(net), address(std::move(addressToUse)) {}
+        ~Listener() override { network.listeners_.erase(key(address)); }
+        quint16 port() const override { return address.port; }
+        InMemoryNetwork& network;
+        const SocketAddress address;
+    };
+
+    struct Machine final : StreamNetwork {
+        Machine(InMemoryNetwork& net, QString addressToUse)
+            : network(net), address(std::move(addressToUse)) {}
         std::unique_ptr<StreamListener> listen(quint16 port, std::weak_ptr<ListenerHandler> handler,
                                                QString* error) override {
-            const SocketAddress address{address_, port ? port : ++network_.lastPort_};
-            if (network_.listeners_.contains(key(address))) {
-                *error = QStringLiteral("in use");
-                return nullptr;
-            }
-            return std::make_unique<Listener>(network_, address, std::move(handler));
+            const SocketAddress at{address, port ? port : ++network.lastPort_};
+            if (network.listeners_.emplace(key(at), std::move(handler)).second)
+                return std::make_unique<Listener>(network, at);
+            *error = QStringLiteral("in use");
+            return nullptr;
         }
-        std::unique_ptr<Stream> connect(const SocketAddress& address, std::weak_ptr<StreamHandler> handler,
+        std::unique_ptr<Stream> connect(const SocketAddress& to, std::weak_ptr<StreamHandler> handler,
                                         QString*) override {
-            const auto end = std::make_shared<End>(End{{address_, ++network_.lastPort_}, address});
-            end->handler = std::move(handler);
-            network_.pass([this, weak = std::weak_ptr(end)] {
-                if (const auto held = weak.lock())
-                    network_.decide(held);
-            });
-            return std::make_unique<MemoryStream>(network_, end);
+            auto made =
+                std::make_unique<MemoryStream>(network, SocketAddress{address, ++network.lastPort_}, to);
+            made->handler = std::move(handler);
+            network.pass([&net = network, id = made->id] { net.decide(id); });
+            return made;
         }
-
-      private:
-        InMemoryNetwork& network_;
-        const QString address_;
+        InMemoryNetwork& network;
+        const QString address;
     };
 
     static std::pair<QString, quint16> key(const SocketAddress& address) {
         return {address.host, address.port};
     }
 
-    /// Runs the work when it has come over the network, if it does.
+    MemoryStream* find(int id) const {
+        const auto found = streams_.find(id);
+        return found == streams_.end() ? nullptr : found->second;
+    }
+
+    /// Does the work when it has come over the network, if it does.
     void pass(RunLoop::Work work) {
-        if (!silent)
-            loop_.asyncAfter(latency, [this, work = std::move(work)] {
-                if (!silent)
-                    work();
-            });
+        loop_.asyncAfter(latency, [this, lost = silent, work = std::move(work)] {
+            if (!lost && !silent)
+                work();
+        });
     }
 
-    void decide(const EndPtr& end) {
-        end->decided = true;
-        const auto found = listeners_.find(key(end->peerAddress));
-        const auto handler = found == listeners_.end() ? nullptr : found->second.lock();
-        if (handler) {
-            const auto other = std::make_shared<End>(End{end->peerAddress, end->address, end});
-            other->decided = true;
-            end->peer = other;
-            ends_.insert(ends_.end(), {end, other});
-            handler->streamAccepted(std::make_unique<MemoryStream>(*this, other));
+    void decide(int id) {
+        auto* const stream = find(id);
+        if (!stream)
+            return;
+        stream->decided = true;
+        const auto listener = listeners_.find(key(stream->remote));
+        if (const auto handler = listener == listeners_.end() ? nullptr : listener->second.lock()) {
+            auto accepted = std::make_unique<MemoryStream>(*this, stream->remote, stream->local);
+            accepted->decided = true;
+            accepted->peer = id;
+            stream->peer = accepted->id;
+            handler->streamAccepted(std::move(accepted));
         } else {
-            end->openingError = QStringLiteral("refused");
+            stream->error = QStringLiteral("refused");
         }
-        check(end);
+        check(id);
     }
 
-    void finish(const EndPtr& end, const QString& why) {
-        end->ended = why;
-        check(end);
+    void finish(int id) {
+        if (auto* stream = find(id))
+            stream->ended = QStringLiteral("the connection has ended");
+        check(id);
     }
 
-    unsigned ready(const End& end) const {
-        const bool over = end.ended.has_value();
-        return (!end.came.isEmpty() || over ? Stream::kReadable : 0) |
-               (end.decided && (end.underWay < window || over) ? Stream::kWritable : 0) |
-               (over ? Stream::kHungUp : 0);
-    }
-
-    void check(const EndPtr& end) {
-        loop_.async([this, weak = std::weak_ptr(end)] {
-            const auto held = weak.lock();
-            const unsigned interests = held ? ready(*held) & held->watched : 0;
+    /// Tells the stream's handler soon, if there is something to tell then.
+    void check(int id) {
+        loop_.async([this, id] {
+            auto* const stream = find(id);
+            const unsigned interests = stream ? stream->ready() & stream->watched : 0;
             if (!interests)
                 return;
-            held->watched = 0;
-            if (const auto handler = held->handler.lock())
+            stream->watched = 0;
+            if (const auto handler = stream->handler.lock())
                 handler->streamReady(interests);
         });
     }
 
     RunLoop& loop_;
+    int lastId_ = 0;
     quint16 lastPort_ = 49'151;
     std::map<QString, std::unique_ptr<Machine>> machines_;
     std::map<std::pair<QString, quint16>, std::weak_ptr<ListenerHandler>> listeners_;
-    std::vector<std::weak_ptr<End>> ends_;
+    std::map<int, MemoryStream*> streams_;
 };
 
 } // namespace merlode

@@ -17,7 +17,7 @@ namespace {
 Q_LOGGING_CATEGORY(log, "merlode.platform", QtWarningMsg)
 
 constexpr int kAcceptedAtATime = 16; // others have their turn in between
-constexpr int kPauseSeconds = 1;
+constexpr long kPauseNanoseconds = 100'000'000;
 
 // Of a peer that left before it was accepted, or a network that failed it: the next one may be well.
 bool concernsThePeer(int error) {
@@ -50,7 +50,7 @@ struct EpollListener::Shared {
             else if (errno == EAGAIN)
                 break;
             else if (!concernsThePeer(errno))
-                return rest();
+                return rest(errno);
         }
         resume();
     }
@@ -63,10 +63,10 @@ struct EpollListener::Shared {
             told->streamAccepted(std::move(stream));
     }
 
-    void rest() {
+    void rest(int reason) {
         if (!std::exchange(short_, true))
-            qCWarning(log) << "connections wait to be accepted:" << errorText(errno);
-        const itimerspec when{{}, {kPauseSeconds, 0}};
+            qCWarning(log) << "connections wait to be accepted:" << errorText(reason);
+        const itimerspec when{{}, {0, kPauseNanoseconds}};
         ::timerfd_settime(pause.get(), 0, &when, nullptr);
         if (const auto held = thread.lock())
             held->arm(pauseId, pause.get(), EPOLLIN);

@@ -6,7 +6,7 @@
 namespace merlode {
 
 /// Accepts connections on a listening socket. When descriptors or memory have run out, peers wait in the
-/// kernel's queue and are tried again every second.
+/// kernel's queue and are tried again a tenth of a second later.
 class EpollListener final : public StreamListener {
   public:
     EpollListener(OwnedDescriptor socket, const std::shared_ptr<EpollThread>& thread,
