@@ -81,11 +81,8 @@ TEST_F(DiscoveryTest, AServiceIsResolvedToItsAddressesOrIsLate) {
 TEST_F(DiscoveryTest, NamesThatCannotBeAreRefused) {
     const auto first = publish(den, u"Den"_qs);
     ASSERT_TRUE(logged(u"published"_qs));
-    for (auto* machine : {&den, &kitchen}) {
-        log.clear();
-        const auto second = publish(*machine, u"Den"_qs);
-        EXPECT_TRUE(logged(ServiceDiscovery::nameIsTaken()));
-    }
+    const auto second = publish(kitchen, u"Den"_qs);
+    EXPECT_TRUE(logged(ServiceDiscovery::nameIsTaken()));
     const auto tooLong = publish(den, QString(64, u'n'));
     EXPECT_TRUE(logged(u"the name is longer than 63 bytes"_qs));
     log.clear();
