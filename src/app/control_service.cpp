@@ -72,6 +72,30 @@ void ControlService::answer(std::function<QVariant()> work) {
         });
 }
 
+void ControlService::answerLater(std::function<void(const AnswerLater&)> work) {
+    setDelayedReply(true);
+    session_.runLoop().async(
+        [self = QPointer(this), call = message(), bus = connection(), work = std::move(work)] {
+            if (!self)
+                return;
+            work([call, bus](const std::variant<QString, ControlError>& outcome) {
+                if (const auto* error = std::get_if<ControlError>(&outcome))
+                    bus.send(call.createErrorReply(error->name, error->message));
+                else
+                    bus.send(call.createReply(std::get<QString>(outcome)));
+            });
+        });
+}
+
+void ControlService::describeLater(std::function<void(const std::function<void(const QVariantMap&)>&)> work) {
+    setDelayedReply(true);
+    session_.runLoop().async(
+        [self = QPointer(this), call = message(), bus = connection(), work = std::move(work)] {
+            if (self)
+                work([call, bus](const QVariantMap& values) { bus.send(call.createReply(values)); });
+        });
+}
+
 void ControlService::command(std::function<Outcome(PlayerController&)> work) {
     answer([work = std::move(work)]() -> QVariant {
         auto& controller = PlayerController::sharedController();
@@ -218,28 +242,37 @@ QList<QVariantMap> ControlService::Doctor() {
 }
 
 QString ControlService::Search(const QString& term) {
-    setDelayedReply(true);
-    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(), term] {
-        if (!self)
-            return;
-        self->actions_.search(term, [call, bus](const std::variant<QString, ControlError>& found) {
-            if (const auto* error = std::get_if<ControlError>(&found))
-                bus.send(call.createErrorReply(error->name, error->message));
-            else
-                bus.send(call.createReply(std::get<QString>(found)));
-        });
-    });
+    answerLater([this, term](const AnswerLater& done) { actions_.search(term, done); });
     return {};
 }
 
 QVariantMap ControlService::Library(const QString& action) {
-    setDelayedReply(true);
-    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(), action] {
-        if (!self)
-            return;
-        self->actions_.libraryState(
-            action, [call, bus](const QVariantMap& state) { bus.send(call.createReply(state)); });
-    });
+    describeLater([this, action](const auto& done) { actions_.libraryState(action, done); });
+    return {};
+}
+
+QVariantMap ControlService::Hosts() {
+    describeLater([this](const auto& done) { actions_.hosts(done); });
+    return {};
+}
+
+QString ControlService::Connect(const QString& host) {
+    answerLater([this, host](const AnswerLater& done) { actions_.connectToHost(host, done); });
+    return {};
+}
+
+QString ControlService::Disconnect() {
+    answerLater([this](const AnswerLater& done) { actions_.disconnectFromHost(done); });
+    return {};
+}
+
+QString ControlService::Serve(bool on) {
+    answerLater([this, on](const AnswerLater& done) { actions_.serve(on, done); });
+    return {};
+}
+
+QString ControlService::Rename(const QString& name) {
+    answerLater([this, name](const AnswerLater& done) { actions_.rename(name, done); });
     return {};
 }
 

@@ -21,6 +21,11 @@
 /// | Search | s: what to look for | s: JSON, see below; answers when all services have |
 /// | PlayRow | u: a row of the last search, s: "library", "spotify", "rdio", "pandora", or empty for the one that suits best | s: a message for people, empty when it plays already |
 /// | Library | s: "rescan", "cancel", or empty | a{sv}: "state" ("not scanned yet", "scanning", "up to date", "cancelled", "unreachable"), "folder", "songs", "filesSeen", "filesTotal" |
+/// | Hosts | | a{sv}: "role" as in a status, "name" (of this machine), "hosts" (as: names of the servers on the network), "connected" (name of the own server, if any), "problem" (why none can be found, if so); answers when others have had time to |
+/// | Connect | s: the name of a host, or HOST:PORT | s: a message for people; answers when connected |
+/// | Disconnect | | s: a message for people, may be empty |
+/// | Serve | b: whether other machines may control this one | s: a message for people, may be empty |
+/// | Rename | s: a name for this machine, 63 bytes at most | s: a message for people, may be empty |
 /// | Reopen | | brings the window or panel forward |
 /// | Quit | | ends the program |
 ///
@@ -42,11 +47,15 @@ inline constexpr char kErrorNoPlayer[] = "co.vantry.Merlode1.Error.NoPlayer";
 inline constexpr char kErrorNotSupported[] = "co.vantry.Merlode1.Error.NotSupported";
 /// An argument is out of range or names nothing.
 inline constexpr char kErrorInvalidArgument[] = "co.vantry.Merlode1.Error.InvalidArgument";
+/// It was tried and did not come about: a host that does not answer, a name that is taken.
+inline constexpr char kErrorFailed[] = "co.vantry.Merlode1.Error.Failed";
 
 /// The keys of a status, in the order in which people read them. Absent where there is nothing to tell.
 namespace status {
-inline constexpr char kState[] = "state";   ///< text: "playing", "paused" (not playing) or "none" (no player)
-inline constexpr char kPlayer[] = "player"; ///< text: role of the active player: "iTunes", "Spotify", ...
+inline constexpr char kState[] = "state"; ///< text: "playing", "paused" (not playing) or "none" (no player)
+/// text: "server" (others can control this machine), "client of NAME" (all goes to that machine) or "local"
+inline constexpr char kRole[] = "role";
+inline constexpr char kPlayer[] = "player";     ///< text: role of the active player: "iTunes", "Spotify", ...
 inline constexpr char kProgram[] = "program";   ///< text: the program behind that role
 inline constexpr char kTitle[] = "title";       ///< text
 inline constexpr char kArtist[] = "artist";     ///< text

@@ -29,7 +29,8 @@ struct Command {
     QString service;               ///< of play: on which service, empty for any
     QString term;                  ///< of search
     std::optional<int> limit;      ///< of search: rows of each kind
-    QString action;                ///< of library: "rescan", "cancel", or empty
+    QString action;                ///< of library: "rescan", "cancel", or empty; of serve: "on" or "off"
+    QString host;                  ///< of connect and name
     QString role;                  ///< of "players use", otherwise empty
     QString program;               ///< of "players use"
     std::optional<Word> helpTopic; ///< of help

@@ -40,6 +40,9 @@ class Program {
     /// But a search, which waits for the slowest of the services.
     static constexpr int kSearchMilliseconds = 120'000;
 
+    /// And the link, where a machine may take its time to be found and to answer.
+    static constexpr int kLinkMilliseconds = 45'000;
+
     /// The first bus of `busAddresses()` on which the program's name is owned, or null.
     static std::unique_ptr<Program> find();
     /// What to tell when there is none.

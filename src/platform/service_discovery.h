@@ -19,6 +19,9 @@ class ServiceDiscovery {
     /// What a name takes at most, in UTF-8. The bound is the network's.
     static constexpr int kMostNameBytes = 63;
 
+    /// What `didNotPublish` says when another service has the name.
+    static QString nameIsTaken() { return QStringLiteral("the name is taken"); }
+
     /// Something that goes on until it is stopped. Destroying it ends it as `stop` does, without a callback.
     class Activity {
       public:

@@ -5,6 +5,7 @@
 #include <QBuffer>
 #include <QImageWriter>
 
+#include <algorithm>
 #include <cmath>
 #include <mutex>
 
@@ -17,6 +18,25 @@ DispatchQueue& codingQueue(Session& session) {
     return session.queue(QStringLiteral("co.vantry.Merlode.AlbumArtQueue"));
 }
 
+bool isOpaque(const QImage& pixels) {
+    const QImage alpha = pixels.convertToFormat(QImage::Format_Alpha8);
+    for (int y = 0; y < alpha.height(); ++y) {
+        const uchar* line = alpha.constScanLine(y);
+        if (!std::all_of(line, line + alpha.width(), [](uchar value) { return value == 0xff; }))
+            return false;
+    }
+    return true;
+}
+
+// Readers multiply colours of 8 bits by their alpha, after which some cannot be told apart; those of 16 bits
+// they leave alone. Palettes lose their alpha altogether.
+QImage unchangedByTiff(const QImage& pixels) {
+    const bool multiplied = pixels.pixelFormat().premultiplied() == QPixelFormat::Premultiplied;
+    if (!pixels.hasAlphaChannel() || multiplied || pixels.depth() > 32 || isOpaque(pixels))
+        return pixels;
+    return pixels.convertToFormat(QImage::Format_RGBA64);
+}
+
 QByteArray written(const QImage& pixels) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
@@ -26,7 +46,7 @@ QByteArray written(const QImage& pixels) {
 }
 
 QByteArray tiffOf(const Image& art) {
-    QImage pixels = art.pixels();
+    QImage pixels = unchangedByTiff(art.pixels());
     QByteArray bytes = written(pixels);
     while (bytes.size() > Image::kMostBytes) {
         const double part = std::sqrt(double(Image::kMostBytes) / double(bytes.size())) * 0.99;

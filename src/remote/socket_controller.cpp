@@ -9,6 +9,7 @@
 #include "platform/user_defaults.h"
 #include "players/player_controller.h"
 #include "remote/remote_action_controller.h"
+#include "remote/remoteitunes_key_fetcher.h"
 #include "search/search_controller.h"
 
 #include <QLoggingCategory>
@@ -79,6 +80,7 @@ void SocketController::setConnecting(bool connecting) {
 
 void SocketController::setConnectedToHost(bool connected) {
     connectedToHost_ = connected;
+    RemoteiTunesKeyFetcher::sharedFetcher().removeAllReferences(); // a former server's answers have no place
     post(notifications::kServerConnectionChanged);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/notification_center.h"
 #include "base/run_loop.h"
 #include "model/remote_link.h"
 #include "remote/socket_client.h"
@@ -59,9 +60,17 @@ class SocketController final : public RemoteLink,
     bool discoveringHosts() const { return discoveringHosts_; }
     /// The two ends of the link; each is made when it is first needed, the server anew for each start.
     SocketClient& socketClient();
+    bool hasSocketClient() const { return socketClient_ != nullptr; }
     SocketServer& socketServer();
 
     // The server.
+
+    /// The port on which clients can connect; 0 while there is none.
+    quint16 serverPort() const { return socketServer_ ? socketServer_->server()->localPort() : quint16{0}; }
+    /// Why other machines cannot find the server that runs; empty where they can.
+    QString announcementProblem() const {
+        return socketServer_ ? socketServer_->announcementProblem() : QString();
+    }
 
     /// Starts a server, after leaving the host where there is one; the user is told when the own name is
     /// taken. Nothing happens when there is a server already.

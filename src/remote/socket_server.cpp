@@ -49,8 +49,9 @@ void SocketServer::publish() {
     hostBroadcast_ = session().port<ServiceDiscovery>().publish(
         service_, {.didPublish = tell(&SocketServerDelegate::netServiceDidPublish),
                    .didStop = tell(&SocketServerDelegate::netServiceDidStop),
-                   .didNotPublish = [](const QString& reason) {
+                   .didNotPublish = [this](const QString& reason) {
                        qCWarning(log).noquote() << "the server is not announced:" << reason;
+                       announcementProblem_ = reason;
                    }});
 }
 

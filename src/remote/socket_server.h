@@ -32,6 +32,8 @@ class SocketServer final : public SocketConnection {
 
     /// The listening socket.
     const SocketPtr& server() const { return server_; }
+    /// Why the server that runs cannot be found by others; empty where it can.
+    const QString& announcementProblem() const { return announcementProblem_; }
     /// In the order of their arrival.
     const std::vector<SocketPtr>& connectedSockets() const { return connectedSockets_; }
 
@@ -67,6 +69,7 @@ class SocketServer final : public SocketConnection {
 
     SocketPtr server_;
     ServiceDiscovery::Service service_;
+    QString announcementProblem_;
     std::unique_ptr<ServiceDiscovery::Activity> hostBroadcast_;
     std::vector<SocketPtr> connectedSockets_;
     bool stopped_ = false;

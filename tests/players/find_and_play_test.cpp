@@ -80,20 +80,14 @@ TEST_F(FindAndPlayTest, WhatCannotBePlayedIsToldToWhoAsked) {
     EXPECT_EQ(alerts.shown.size(), 4U);
 }
 
-TEST_F(FindAndPlayTest, AClientLeavesItToItsHostAndPandoraPlaysStations) {
-    controller().setRemotePlayer(std::make_shared<RemotePlayer>());
-    controller().setActivePlayer(controller().remotePlayer());
-    controller().findAndPlayTrack(song({ItemSourceType::iTunes}));
-    controller().findAndPlayAlbum(Album::UnknownAlbum({.name = u"Album"_qs}));
-    EXPECT_TRUE(remote.last.contains(RemoteAction::findAndPlayTrack));
-    EXPECT_EQ(
-        remote.last[RemoteAction::findAndPlayAlbum].value(u"albumDictionary"_qs).toMap()[u"albumName"_qs],
-        u"Album"_qs);
+TEST_F(FindAndPlayTest, PandoraPlaysStationsInTheNameOfWhoAsked) {
     pandora.ready = true;
     controller().playPandoraItem({u"m1"_qs, u"Radio"_qs}, std::nullopt, u"Kitchen"_qs);
     EXPECT_EQ(pandora.player->played, QStringList(u"item Radio"_qs));
     EXPECT_EQ(activeType(), MusicPlayerType::Pandora);
     EXPECT_EQ(controller().remoteClientName, u"Kitchen"_qs);
+    controller().playPandoraItem({u"m1"_qs, u"Radio"_qs}, u"10.0.0.7"_qs, std::nullopt);
+    EXPECT_EQ(controller().remoteClientName, std::nullopt) << "who does not say a name is not the one before";
 }
 
 } // namespace

@@ -27,13 +27,6 @@ TEST(PositionClock, IsShownAndCorrectedWithoutJitter) {
 
 class NowPlayingTest : public PlayerFixture {
   protected:
-    RemotePlayer& becomeClient() {
-        controller().setRemotePlayer(std::make_shared<RemotePlayer>());
-        controller().setActivePlayer(controller().remotePlayer());
-        test.loop.runUntilIdle();
-        return *controller().remotePlayer();
-    }
-
     QVariantMap serverState(const QString& name, const QString& source) const {
         return {{u"trackDictionary"_qs, QVariantMap{{u"trackName"_qs, name},
                                                     {u"albumName"_qs, u"Album"_qs},

@@ -2,6 +2,7 @@
 
 #include "base/notification_names.h"
 #include "players/player_controller.h"
+#include "players/remote_player.h"
 #include "support/fake_players.h"
 #include "support/fake_ports.h"
 #include "support/test_session.h"
@@ -11,16 +12,20 @@
 namespace merlode {
 
 /// A session with a desktop of fake players around a real `PlayerController`, which is made on first use, so
-/// that a test can set the desktop up before.
-class PlayerFixture : public testing::Test {
-  protected:
-    PlayerFixture() {
+/// that a test can set the desktop up before. It is connected by a link of the test's, or by one that
+/// records.
+class PlayerMachine {
+  public:
+    explicit PlayerMachine(RemoteLink* link = nullptr)
+        : PlayerMachine([this, link](Session&) -> RemoteLink& { return link ? *link : remote; }) {}
+    /// With a link that is itself a part of the session.
+    explicit PlayerMachine(const std::function<RemoteLink&(Session&)>& link) {
         auto& session = test.session;
         session.installReference<Workspace>(desktop);
         session.installReference<ScriptedPlayers>(desktop);
         session.installReference<UserDefaults>(userDefaults);
         session.installReference<Alerts>(alerts);
-        session.installReference<RemoteLink>(remote);
+        session.installReference<RemoteLink>(link(session));
         session.installReference<SearchLink>(links);
         session.installReference<PlayReports>(links);
         session.installReference<ApplicationDelegate>(links);
@@ -34,6 +39,14 @@ class PlayerFixture : public testing::Test {
     std::optional<MusicPlayerType> activeType() {
         const auto& player = controller().activePlayer();
         return player ? std::optional(player->type) : std::nullopt;
+    }
+
+    /// Puts the player of another machine in charge.
+    RemotePlayer& becomeClient() {
+        controller().setRemotePlayer(std::make_shared<RemotePlayer>());
+        controller().setActivePlayer(controller().remotePlayer());
+        test.loop.runUntilIdle();
+        return *controller().remotePlayer();
     }
 
     /// A player's announcement, telling the names of its track.
@@ -64,5 +77,7 @@ class PlayerFixture : public testing::Test {
   private:
     std::vector<Observation> observations_;
 };
+
+class PlayerFixture : public testing::Test, protected PlayerMachine {};
 
 } // namespace merlode

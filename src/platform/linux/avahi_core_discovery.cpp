@@ -68,7 +68,7 @@ class CorePublication final : public ServiceDiscovery::Activity {
         if (state == AVAHI_ENTRY_GROUP_ESTABLISHED && !std::exchange(published_, true))
             calls_.call(callbacks_.didPublish);
         else if (state == AVAHI_ENTRY_GROUP_COLLISION)
-            failed(kNameIsTaken);
+            failed(ServiceDiscovery::nameIsTaken());
         else if (state == AVAHI_ENTRY_GROUP_FAILURE)
             failed(responder_->lastError());
     }

@@ -44,7 +44,7 @@ void AvahiDaemonActivity::ask(const QDBusMessage& call, std::function<void(const
                 const auto answer = finished->reply();
                 if (answer.type() == QDBusMessage::ErrorMessage)
                     return fail(answer.errorName().endsWith(QStringLiteral("CollisionError"))
-                                    ? kNameIsTaken
+                                    ? ServiceDiscovery::nameIsTaken()
                                     : answer.errorMessage());
                 if (done)
                     done(answer);
@@ -118,7 +118,7 @@ void AvahiDaemonPublication::stateChanged(int state, const QString& error) {
     if (state == kEstablished && !std::exchange(published_, true))
         calls_.call(callbacks_.didPublish);
     else if (state == kCollision)
-        fail(kNameIsTaken);
+        fail(ServiceDiscovery::nameIsTaken());
     else if (state == kFailure)
         fail(error);
 }

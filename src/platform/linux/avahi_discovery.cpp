@@ -19,7 +19,7 @@ bool AvahiDiscovery::needsDaemon() {
 
 std::function<void(const QString&)> AvahiDiscovery::noting(std::function<void(const QString&)> failure) {
     return [this, failure = std::move(failure)](const QString& reason) {
-        if (unavailable_.isEmpty() && reason != kNameIsTaken)
+        if (unavailable_.isEmpty() && reason != ServiceDiscovery::nameIsTaken())
             unavailable_ = QStringLiteral("%1; avahi-daemon: %2").arg(core_.unavailableReason(), reason);
         if (failure)
             failure(reason);

@@ -5,6 +5,7 @@
 
 #include <avahi-common/address.h>
 #include <avahi-common/error.h>
+#include <avahi-core/log.h>
 
 namespace merlode {
 
@@ -15,6 +16,11 @@ Q_LOGGING_CATEGORY(log, "merlode.platform", QtWarningMsg)
 QByteArray randomHostName() {
     return "merlode-" +
            QByteArray::number(QRandomGenerator::system()->generate(), 16).rightJustified(8, '0') + ".local";
+}
+
+// It grumbles about each interface without IPv6, every time that it sends.
+void logQuietly(AvahiLogLevel, const char* text) {
+    qCDebug(log) << text;
 }
 
 struct Configuration : AvahiServerConfig {
@@ -41,6 +47,7 @@ AvahiResponder::AvahiResponder(RunLoop& loop) : runLoop_(loop), loop_(loop), hos
 std::shared_ptr<AvahiResponder> AvahiResponder::start(RunLoop& loop, const QStringList& interfaces,
                                                       QString& error) {
     std::shared_ptr<AvahiResponder> responder(new AvahiResponder(loop));
+    avahi_set_log_function(logQuietly);
     const Configuration configuration(interfaces);
     int code = 0;
     responder->server_ = avahi_server_new(

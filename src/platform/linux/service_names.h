@@ -8,9 +8,6 @@
 
 namespace merlode {
 
-/// Why a service could not be announced, when somebody else has its name.
-inline const QString kNameIsTaken = QStringLiteral("the name is taken");
-
 /// Why this is no name for a service, for people; empty for a name.
 inline QString whyNotAName(const QString& name) {
     if (name.isEmpty())
