@@ -4,6 +4,8 @@
 #include "contest.h"
 #include "remote/socket_connection.h"
 
+#include <cstdlib>
+
 #include <benchmark/benchmark.h>
 #include <plist/plist.h>
 
@@ -73,10 +75,38 @@ void encodeBare(const QVariantMap& message) {
     plist_free(root);
 }
 
+void visitBare(plist_t node) {
+    std::uint64_t length = 0;
+    switch (plist_get_node_type(node)) {
+    case PLIST_STRING:
+        return benchmark::DoNotOptimize(plist_get_string_ptr(node, &length));
+    case PLIST_DATA:
+        return benchmark::DoNotOptimize(plist_get_data_ptr(node, &length));
+    case PLIST_UINT:
+        plist_get_uint_val(node, &length);
+        return benchmark::DoNotOptimize(length);
+    case PLIST_DICT:
+        break;
+    default:
+        return;
+    }
+    plist_dict_iter iterator = nullptr;
+    plist_dict_new_iter(node, &iterator);
+    plist_t value = nullptr;
+    do {
+        char* key = nullptr;
+        plist_dict_next_item(node, iterator, &key, &value);
+        if (value)
+            visitBare(value);
+        std::free(key);
+    } while (value);
+    std::free(iterator);
+}
+
 void decodeBare(const QByteArray& bytes) {
     plist_t root = nullptr;
     plist_from_xml(bytes.constData(), static_cast<std::uint32_t>(bytes.size() - 2), &root);
-    benchmark::DoNotOptimize(root);
+    visitBare(root);
     plist_free(root);
 }
 

@@ -43,7 +43,7 @@ QVariantMap toMap(plist_t node) {
         const std::unique_ptr<char, decltype(&free)> keyText(key, &free);
         if (!value)
             return map;
-        map.insert(QString::fromUtf8(key), toVariant(value));
+        map.insert(map.cend(), QString::fromUtf8(key), toVariant(value)); // most texts are in order
     }
 }
 

@@ -54,8 +54,13 @@ class Walk {
 
     // An angle bracket within quotation marks or an internal subset would not be the end.
     static bool isPlain(QByteArrayView tag) {
-        const bool declaration = tag.startsWith("<!");
-        return tag.count('"') % 2 == 0 && !tag.contains('\'') && !(declaration && tag.contains('['));
+        int quotes = 0;
+        bool odd = false;
+        for (const char character : tag) {
+            quotes += character == '"';
+            odd |= character == '\'' || character == '[';
+        }
+        return quotes % 2 == 0 && !odd;
     }
 
     void count(QByteArrayView tag) {

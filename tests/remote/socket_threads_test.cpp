@@ -13,14 +13,13 @@ namespace {
 
 constexpr int kPatienceMilliseconds = 30'000;
 
-struct LoopbackWorld {
+struct Loopback {
     QtRunLoop queue;
     EpollNetwork network;
+    StreamNetwork& server = network;
+    StreamNetwork& client = network;
     QString serverAddress = u"127.0.0.1"_qs;
 
-    StreamNetwork& server() { return network; }
-    StreamNetwork& client() { return network; }
-    RunLoop& loop() { return queue; }
     bool until(const std::function<bool()>& condition) {
         QElapsedTimer patience;
         patience.start();
@@ -30,42 +29,40 @@ struct LoopbackWorld {
     }
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(LoopbackThreadTest, SocketContract, LoopbackWorld);
+INSTANTIATE_TYPED_TEST_SUITE_P(LoopbackThreadTest, SocketContract, Loopback);
+using SocketThreadTest = SocketContract<Loopback>;
 
-struct SocketThreadTest : SocketContract<LoopbackWorld> {
-    static auto descriptors() {
-        return QDir(u"/proc/self/fd"_qs).entryList(QDir::NoDotAndDotDot | QDir::Files | QDir::System).size();
-    }
-};
+auto descriptors() {
+    return QDir(u"/proc/self/fd"_qs).entryList(QDir::NoDotAndDotDot | QDir::Files | QDir::System).size();
+}
 
-TEST_F(SocketThreadTest, AThousandConnectionsLeaveNothingBehind) {
+TEST_F(SocketThreadTest, AThousandConnectionsOfEitherFamilyLeaveNothingBehind) {
     recorder->reads = false;
+    const bool sixToo = QFile::exists(u"/proc/net/if_inet6"_qs);
     const auto before = descriptors();
     for (std::size_t count = 1; count <= 1000; ++count) {
+        world.serverAddress = sixToo && count % 2 ? u"::1"_qs : u"127.0.0.1"_qs;
         const auto client = connect();
+        ASSERT_EQ(recorder->accepted.front()->connectedHost(), client->localHost());
         client->writeData("unread\r\n", 1);
         client->disconnect();
         recorder->accepted.clear();
         recorder->disconnected.clear();
     }
-    EXPECT_TRUE(world.until([&] { return descriptors() <= before; })) << descriptors() << " of " << before;
+    EXPECT_TRUE(until([&] { return descriptors() <= before; })) << descriptors() << " of " << before;
 }
 
 TEST_F(SocketThreadTest, WithoutDescriptorsPeersWaitAndAreAcceptedLater) {
     rlimit usual{};
     getrlimit(RLIMIT_NOFILE, &usual);
-    const auto client = make(world.network);
-    EXPECT_TRUE(client->connectToAddress({world.serverAddress, listening->localPort()}, &error));
-    ASSERT_TRUE(world.until([&] { return !recorder->accepted.empty(); }));
-    const auto second = make(world.network);
     rlimit tight = usual;
     tight.rlim_cur = static_cast<rlim_t>(descriptors()); // counts its own: one is left, for the client
+    const auto client = make(world.network);
     setrlimit(RLIMIT_NOFILE, &tight);
-    EXPECT_TRUE(second->connectToAddress({world.serverAddress, listening->localPort()}, &error));
-    EXPECT_TRUE(world.until([&] { return second->isConnected(); }));
-    EXPECT_EQ(recorder->accepted.size(), 1U);
+    EXPECT_TRUE(begin(client) && until([&] { return client->isConnected(); }));
+    EXPECT_TRUE(recorder->accepted.empty());
     setrlimit(RLIMIT_NOFILE, &usual);
-    EXPECT_TRUE(world.until([&] { return recorder->accepted.size() == 2; }));
+    EXPECT_TRUE(until([&] { return !recorder->accepted.empty(); }));
 }
 
 } // namespace

@@ -18,7 +18,6 @@ class InMemoryNetwork {
 
     double latency = 0;             ///< seconds that everything takes on its way
     qsizetype mostAtATime = 65'536; ///< bytes that one read or write moves at most
-    qsizetype window = 262'144;     ///< bytes that can have been sent in one direction and not been read
     /// Nothing arrives any more and nobody is told: connections stay half open. What is sent is lost for
     /// good.
     bool silent = false;
@@ -31,23 +30,22 @@ class InMemoryNetwork {
 
     /// The network as the machine at this address has it.
     StreamNetwork& machine(const QString& address) {
-        auto& found = machines_[address];
-        if (!found)
-            found = std::make_unique<Machine>(*this, address);
-        return *found;
+        return *machines_.try_emplace(address, std::make_unique<Machine>(*this, address)).first->second;
     }
 
   private:
+    static constexpr qsizetype kWindow = 262'144; // bytes that can have been sent and not been read
+
     struct MemoryStream final : Stream {
         MemoryStream(InMemoryNetwork& net, SocketAddress localToUse, SocketAddress remoteToUse)
-            : network(net), id(++net.lastId_), local(std::move(localToUse)), remote(std::move(remoteToUse)) {
+            : network(net), local(std::move(localToUse)), remote(std::move(remoteToUse)) {
             network.streams_[id] = this;
         }
         ~MemoryStream() override {
             network.streams_.erase(id);
-            network.pass([&net = network, peer = peer] { net.finish(peer); });
+            network.pass([&net = network, to = peer] { net.finish(to); });
         }
-        QString openingError() override { return error; }
+        QString openingError() override { return peer ? QString() : QStringLiteral("refused"); }
         void setHandler(std::weak_ptr<StreamHandler> toTell) override { handler = std::move(toTell); }
         void watch(unsigned interests) override {
             watched = interests;
@@ -55,51 +53,45 @@ class InMemoryNetwork {
         }
         Transfer read(char* buffer, qsizetype size) override {
             size = std::min({size, network.mostAtATime, came.size()});
-            if (size == 0)
-                return {0, ended};
             std::copy_n(came.constData(), size, buffer);
             came.remove(0, size);
             if (auto* sender = network.find(peer))
                 sender->unread -= size;
             network.check(peer);
-            return {size};
+            return {size, size ? std::nullopt : ended};
         }
         Transfer write(const char* bytes, qsizetype size) override {
-            if (ended)
-                return {0, ended};
-            size = std::min({size, network.mostAtATime, network.window - unread});
+            size = std::min({size, network.mostAtATime, kWindow - unread});
             unread += size;
-            network.pass([&net = network, peer = peer, sent = QByteArray(bytes, size)] {
-                if (auto* receiver = net.find(peer))
+            network.pass([&net = network, to = peer, sent = QByteArray(bytes, size)] {
+                if (auto* receiver = net.find(to))
                     receiver->came += sent;
-                net.check(peer);
+                net.check(to);
             });
-            return {size};
+            return {size, ended};
         }
         SocketAddress localAddress() const override { return local; }
         SocketAddress remoteAddress() const override { return remote; }
         unsigned ready() const {
             return (came.isEmpty() && !ended ? 0 : kReadable) | (ended ? kHungUp : 0) |
-                   (decided && (unread < network.window || ended) ? kWritable : 0);
+                   (decided && (unread < kWindow || ended) ? kWritable : 0);
         }
 
         InMemoryNetwork& network;
-        const int id;
         const SocketAddress local;
         const SocketAddress remote;
+        const int id = ++network.lastId_;
         int peer = 0;
+        bool decided = false; // whether it is open or refused
         std::weak_ptr<StreamHandler> handler;
         unsigned watched = 0;
-        bool decided = false;
-        QString error;
         QByteArray came;
-        qsizetype unread = 0; ///< sent, and not taken by the peer
+        qsizetype unread = 0; // sent, and not taken by the peer
         std::optional<QString> ended;
     };
 
     struct Listener final : StreamListener {
-        Listener(InMemoryNetwork& net, SocketAddress addressToUse)
-            : network(net), address(std::move(addressToUse)) {}
+        Listener(InMemoryNetwork& net, SocketAddress at) : network(net), address(std::move(at)) {}
         ~Listener() override { network.listeners_.erase(key(address)); }
         quint16 port() const override { return address.port; }
         InMemoryNetwork& network;
@@ -107,20 +99,17 @@ class InMemoryNetwork {
     };
 
     struct Machine final : StreamNetwork {
-        Machine(InMemoryNetwork& net, QString addressToUse)
-            : network(net), address(std::move(addressToUse)) {}
+        Machine(InMemoryNetwork& net, QString at) : network(net), address(std::move(at)) {}
         std::unique_ptr<StreamListener> listen(quint16 port, std::weak_ptr<ListenerHandler> handler,
-                                               QString* error) override {
+                                               QString*) override {
             const SocketAddress at{address, port ? port : ++network.lastPort_};
-            if (network.listeners_.emplace(key(at), std::move(handler)).second)
-                return std::make_unique<Listener>(network, at);
-            *error = QStringLiteral("in use");
-            return nullptr;
+            const bool isFree = network.listeners_.emplace(key(at), std::move(handler)).second;
+            return isFree ? std::make_unique<Listener>(network, at) : nullptr;
         }
         std::unique_ptr<Stream> connect(const SocketAddress& to, std::weak_ptr<StreamHandler> handler,
                                         QString*) override {
-            auto made =
-                std::make_unique<MemoryStream>(network, SocketAddress{address, ++network.lastPort_}, to);
+            const SocketAddress from{address, ++network.lastPort_};
+            auto made = std::make_unique<MemoryStream>(network, from, to);
             made->handler = std::move(handler);
             network.pass([&net = network, id = made->id] { net.decide(id); });
             return made;
@@ -158,8 +147,6 @@ class InMemoryNetwork {
             accepted->peer = id;
             stream->peer = accepted->id;
             handler->streamAccepted(std::move(accepted));
-        } else {
-            stream->error = QStringLiteral("refused");
         }
         check(id);
     }
@@ -175,11 +162,10 @@ class InMemoryNetwork {
         loop_.async([this, id] {
             auto* const stream = find(id);
             const unsigned interests = stream ? stream->ready() & stream->watched : 0;
-            if (!interests)
-                return;
-            stream->watched = 0;
-            if (const auto handler = stream->handler.lock())
+            if (const auto handler = interests ? stream->handler.lock() : nullptr) {
+                stream->watched = 0;
                 handler->streamReady(interests);
+            }
         });
     }
 

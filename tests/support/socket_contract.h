@@ -2,8 +2,6 @@
 
 #include "remote/gcd_async_socket.h"
 
-#include <QStringList>
-
 #include <gtest/gtest.h>
 
 namespace merlode {
@@ -11,8 +9,8 @@ namespace merlode {
 /// Writes down what sockets tell, and reads one message at a time of each that is accepted.
 struct SocketRecorder final : GCDAsyncSocketDelegate {
     std::vector<SocketPtr> accepted;
+    std::vector<SocketPtr> connected;
     std::vector<QByteArray> read;
-    QStringList connected;
     std::vector<std::pair<SocketPtr, QString>> disconnected;
     bool reads = true; ///< whether accepted sockets are read, and read again
 
@@ -20,9 +18,8 @@ struct SocketRecorder final : GCDAsyncSocketDelegate {
         accepted.push_back(newSocket);
         readNext(newSocket);
     }
-    void socketDidConnectToHost(const SocketPtr& socket, const QString& host, quint16 port) override {
-        EXPECT_TRUE(!socket->isConnected() || socket->connectedHost() == host);
-        connected << host + u':' + QString::number(port);
+    void socketDidConnectToHost(const SocketPtr& socket, const QString&, quint16) override {
+        connected.push_back(socket);
     }
     void socketDidReadData(const SocketPtr& socket, const QByteArray& data, long tag) override {
         EXPECT_EQ(tag, 1);
@@ -30,56 +27,57 @@ struct SocketRecorder final : GCDAsyncSocketDelegate {
         readNext(socket);
     }
     void socketDidDisconnect(const SocketPtr& socket, const QString& error) override {
+        EXPECT_EQ(endOf(socket), std::nullopt) << "told twice";
         disconnected.emplace_back(socket, error);
     }
-    void readNext(const SocketPtr& socket) {
+    void readNext(const SocketPtr& socket) const {
         if (reads)
             socket->readDataToData(GCDAsyncSocket::CRLFData(), 1);
     }
-    /// Why the socket ended; nothing while it has not been told, and the test fails if it was told twice.
+    /// Why the socket ended; nothing while it has not been told.
     std::optional<QString> endOf(const SocketPtr& socket) const {
-        std::optional<QString> found;
-        for (const auto& [ended, error] : disconnected) {
-            EXPECT_FALSE(found && ended == socket);
-            if (ended == socket)
-                found = error;
-        }
-        return found;
+        const auto found =
+            std::ranges::find(disconnected, socket, [](const auto& entry) { return entry.first; });
+        return found == disconnected.end() ? std::nullopt : std::optional(found->second);
     }
 };
 
-/// What sockets do on every network. A `World` has `StreamNetwork& server()`, `client()`, `RunLoop& loop()`,
-/// the `serverAddress` and `bool until(condition)`, which lets things happen until the condition holds.
+/// What sockets do on every network. A `World` has the `StreamNetwork&` of `server` and `client`, the
+/// `RunLoop` `queue`, `serverAddress`, and `until(condition)`, which lets things happen until the condition
+/// holds.
 template<class World>
 class SocketContract : public testing::Test {
   protected:
     using SocketPtr = std::shared_ptr<GCDAsyncSocket>;
 
-    SocketContract() {
-        EXPECT_TRUE(listening->acceptOnPort(0, &error)) << qPrintable(error);
-        EXPECT_GT(listening->localPort(), 0);
-    }
+    SocketContract() { EXPECT_TRUE(listening->acceptOnPort(0, &error)) << qPrintable(error); }
+
     SocketPtr make(StreamNetwork& network) {
-        return std::make_shared<GCDAsyncSocket>(recorder, world.loop(), network);
+        return std::make_shared<GCDAsyncSocket>(recorder, world.queue, network);
+    }
+    bool begin(const SocketPtr& socket) {
+        return socket->connectToAddress({world.serverAddress, listening->localPort()}, &error);
     }
     SocketPtr connect() {
-        auto socket = make(world.client());
+        auto socket = make(world.client);
         const auto before = recorder->accepted.size();
-        EXPECT_TRUE(socket->connectToAddress({world.serverAddress, listening->localPort()}, &error));
-        EXPECT_TRUE(world.until([&] { return recorder->accepted.size() > before && socket->isConnected(); }));
+        EXPECT_TRUE(begin(socket) && until([&] {
+                        return recorder->accepted.size() > before && recorder->connected.back() == socket;
+                    }));
         return socket;
     }
+    bool until(const std::function<bool()>& condition) { return world.until(condition); }
     bool ended(const SocketPtr& socket) {
-        return world.until([&] { return recorder->endOf(socket).has_value(); });
+        return until([&] { return recorder->endOf(socket).has_value(); });
     }
-    bool hasRead(std::size_t count) {
-        return world.until([&] { return recorder->read.size() >= count; });
+    bool hasRead(const std::vector<QByteArray>& messages) {
+        return until([&] { return recorder->read.size() >= messages.size(); }) && recorder->read == messages;
     }
 
     World world;
     QString error;
     std::shared_ptr<SocketRecorder> recorder = std::make_shared<SocketRecorder>();
-    SocketPtr listening = make(world.server());
+    SocketPtr listening = make(world.server);
 };
 TYPED_TEST_SUITE_P(SocketContract);
 
@@ -88,25 +86,20 @@ TYPED_TEST_P(SocketContract, MessagesComeWholeAndInOrderHoweverTheyWereCut) {
     const auto& accepted = this->recorder->accepted.front();
     EXPECT_EQ(accepted->connectedHost(), client->localHost());
     EXPECT_EQ(client->connectedHost(), this->world.serverAddress);
-    EXPECT_EQ(this->recorder->connected,
-              QStringList(client->connectedHost() + u':' + QString::number(this->listening->localPort())));
     const QByteArray huge = QByteArray(3'000'000, '\r') + "\n";
     for (const QByteArray& part : {QByteArray("a\r\nb"), QByteArray("b\r"), QByteArray("\n\r\n\r\r\n"), huge,
                                    QByteArray("\n\r"), QByteArray(), QByteArray("\nend\r\n")})
         client->writeData(part, 1);
-    ASSERT_TRUE(this->hasRead(7));
-    EXPECT_EQ(this->recorder->read,
-              (std::vector<QByteArray>{"a\r\n", "bb\r\n", "\r\n", "\r\r\n", huge, "\n\r\n", "end\r\n"}));
+    EXPECT_TRUE(this->hasRead({"a\r\n", "bb\r\n", "\r\n", "\r\r\n", huge, "\n\r\n", "end\r\n"}));
 }
 
 TYPED_TEST_P(SocketContract, ADisconnectEndsEverythingAndIsToldOnce) {
-    const auto unused = this->make(this->world.client());
+    const auto unused = this->make(this->world.client);
     unused->disconnect();
     unused->writeData("dropped\r\n", 1);
     const auto client = this->connect();
     const auto accepted = this->recorder->accepted.front();
-    EXPECT_FALSE(client->acceptOnPort(0, &this->error)) << "in use";
-    EXPECT_FALSE(client->connectToAddress({this->world.serverAddress, 1}, &this->error)) << "in use";
+    EXPECT_FALSE(client->acceptOnPort(0, &this->error) || this->begin(client)) << "in use";
     this->recorder->readNext(client);
     client->writeData("half a message", 1);
     client->disconnect();
@@ -118,16 +111,13 @@ TYPED_TEST_P(SocketContract, ADisconnectEndsEverythingAndIsToldOnce) {
     EXPECT_TRUE(this->ended(client) && this->ended(accepted));
     EXPECT_EQ(this->recorder->endOf(client), QString());
     EXPECT_NE(this->recorder->endOf(accepted), QString());
-    EXPECT_EQ(this->recorder->endOf(unused), std::nullopt);
-    EXPECT_TRUE(this->recorder->read.empty());
     const quint16 port = this->listening->localPort();
     this->listening->disconnect();
-    const auto late = this->make(this->world.client());
-    EXPECT_TRUE(late->connectToAddress({this->world.serverAddress, port}, &this->error));
-    EXPECT_TRUE(this->ended(late) && this->ended(this->listening));
-    EXPECT_NE(this->recorder->endOf(late), QString());
-    EXPECT_EQ(this->recorder->connected.size(), 1);
     EXPECT_FALSE(unused->connectToAddress({QString(), port}, &this->error)) << "no address";
+    EXPECT_TRUE(unused->connectToAddress({this->world.serverAddress, port}, &this->error));
+    EXPECT_TRUE(this->ended(unused) && this->ended(this->listening));
+    EXPECT_NE(this->recorder->endOf(unused), QString()) << "nobody listens";
+    EXPECT_TRUE(this->recorder->read.empty() && this->recorder->connected.size() == 1);
 }
 
 TYPED_TEST_P(SocketContract, NeitherAFloodNorADeafPeerHoldsUpTheOthers) {
@@ -140,12 +130,9 @@ TYPED_TEST_P(SocketContract, NeitherAFloodNorADeafPeerHoldsUpTheOthers) {
     while (toDeaf->isConnected())
         toDeaf->writeData(flood, 1);
     quiet->writeData("quiet\r\n", 1);
-    ASSERT_TRUE(this->hasRead(1));
-    EXPECT_EQ(this->recorder->read.back(), "quiet\r\n");
-    EXPECT_TRUE(this->ended(toDeaf));
+    ASSERT_TRUE(this->hasRead({"quiet\r\n"}) && this->ended(toDeaf));
     flooding->writeData("\r\n", 1);
-    ASSERT_TRUE(this->hasRead(2));
-    EXPECT_EQ(this->recorder->read.back(), flood + "\r\n");
+    EXPECT_TRUE(this->hasRead({"quiet\r\n", flood + "\r\n"}));
     EXPECT_EQ(this->recorder->disconnected.size(), 1U);
 }
 
@@ -158,25 +145,21 @@ TYPED_TEST_P(SocketContract, WhoIsNotReadAnyMoreIsStillMissedWhenItLeaves) {
     accepted->writeData("still told\r\n", 1);
     for (const auto& socket : {client, accepted})
         socket->readDataToData(GCDAsyncSocket::CRLFData(), 1);
-    ASSERT_TRUE(this->hasRead(1));
-    EXPECT_EQ(this->recorder->read, std::vector<QByteArray>{"still told\r\n"});
+    EXPECT_TRUE(this->hasRead({"still told\r\n"}));
     client->disconnect();
     EXPECT_TRUE(this->ended(accepted));
 }
 
 TYPED_TEST_P(SocketContract, MorePeersThanThereIsRoomForAreTurnedAway) {
-    std::vector<std::shared_ptr<GCDAsyncSocket>> clients;
-    for (int count = 0; count < GCDAsyncSocket::kMostAcceptedSockets; ++count)
-        clients.push_back(this->connect());
-    const auto late = this->make(this->world.client());
-    EXPECT_TRUE(
-        late->connectToAddress({this->world.serverAddress, this->listening->localPort()}, &this->error));
+    std::vector<std::shared_ptr<GCDAsyncSocket>> clients(GCDAsyncSocket::kMostAcceptedSockets);
+    std::ranges::generate(clients, [this] { return this->connect(); });
+    const auto late = this->make(this->world.client);
+    EXPECT_TRUE(this->begin(late));
     this->recorder->readNext(late);
     EXPECT_TRUE(this->ended(late));
     EXPECT_EQ(this->recorder->accepted.size(), clients.size());
     clients.front()->disconnect();
-    EXPECT_TRUE(this->ended(this->recorder->accepted.front()));
-    EXPECT_TRUE(this->connect()->isConnected());
+    EXPECT_TRUE(this->ended(this->recorder->accepted.front()) && this->connect()->isConnected());
 }
 
 REGISTER_TYPED_TEST_SUITE_P(SocketContract, MessagesComeWholeAndInOrderHoweverTheyWereCut,
