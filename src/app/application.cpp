@@ -8,12 +8,14 @@
 #include "app/doctor.h"
 #include "app/item_services.h"
 #include "app/library_files.h"
+#include "app/link_commands.h"
 #include "app/local_library.h"
 #include "app/modules.h"
 #include "app/mpris_service.h"
 #include "app/music_folders.h"
 #include "app/role_assignment.h"
 #include "app/search_rows.h"
+#include "app/socket_hosts.h"
 #include "app/spotify_sign_in.h"
 #include "app/status.h"
 #include "app/status_publisher.h"
@@ -25,6 +27,7 @@
 #include "model/remote_link.h"
 #include "model/service_hosts.h"
 #include "model/signing_http_client.h"
+#include "platform/linux/epoll_network.h"
 #include "platform/linux/freedesktop_notification_center.h"
 #include "platform/linux/log_alerts.h"
 #include "platform/linux/mpris_names.h"
@@ -154,10 +157,12 @@ struct Application::Parts {
     std::unique_ptr<StatusPublisher> publisher;
     std::unique_ptr<SearchRows> searchRows;
     std::unique_ptr<SpotifySignIn> spotify;
+    std::unique_ptr<LinkCommands> link;
     std::unique_ptr<ControlService> control;
     std::unique_ptr<MprisService> mpris;
     std::unique_ptr<Demo> demo;
     Observation launches;
+    Observation connections;
 };
 
 Application::Application(ApplicationOptions options)
@@ -181,6 +186,8 @@ bool Application::becomeTheInstance() {
 void Application::launch() {
     installPorts();
     installLinks();
+    if (options_.serve)
+        parts_->session.port<UserDefaults>().set(defaults::kWantServer, true);
     parts_->delegate = std::make_unique<AppDelegate>(parts_->session, options_.resourceFolder);
     parts_->session.installReference<ApplicationDelegate>(*parts_->delegate);
     parts_->delegate->applicationDidFinishLaunching();
@@ -231,8 +238,10 @@ void Application::installPorts() {
     parts_->spotify = std::make_unique<SpotifySignIn>(session, *http);
     session.install<HttpClient>(std::move(http));
     session.install<SecretStore>(std::make_unique<LazySecretStore>(session.runLoop()));
+    session.install<StreamNetwork>(std::make_unique<EpollNetwork>());
     session.install<UserNotificationCenter>(std::make_unique<FreedesktopNotificationCenter>(
         parts_->bus, session.runLoop(), session.queue(kNotificationQueue)));
+    session.install<ServiceDiscovery>(std::make_unique<LazyServiceDiscovery>(session.runLoop()));
     parts_->roles = &session.install<PlayerRoles>(std::make_unique<PlayerRoles>(session));
     session.installReference<Workspace>(*parts_->roles);
     session.installReference<ScriptedPlayers>(*parts_->roles);
@@ -240,7 +249,7 @@ void Application::installPorts() {
 
 void Application::installLinks() {
     auto& session = parts_->session;
-    session.install<RemoteLink>(std::make_unique<NullRemoteLink>());
+    session.installReference<RemoteLink>(SocketController::sharedController());
     session.install<SearchLink>(std::make_unique<PlayerSearch>());
     auto items = std::make_unique<ItemServices>(session, QLocale::system().name());
     parts_->items = items.get();
@@ -249,7 +258,7 @@ void Application::installLinks() {
     session.install<PandoraLink>(std::make_unique<NullPandoraLink>());
     session.install<ControllersLink>(std::make_unique<Controllers>([this] { findPlayers(); }));
     session.install<WindowsLink>(std::make_unique<WindowsLink>());
-    session.install<HostsLink>(std::make_unique<NullHostsLink>());
+    session.install<HostsLink>(std::make_unique<SocketHosts>(session));
     session.install<StoreLink>(std::make_unique<StoreLink>());
 }
 
@@ -262,7 +271,10 @@ void Application::serveBus() {
     parts.artFile = std::make_unique<ArtFile>(parts.session, privateRuntimeFolder(options_),
                                               [&parts] { parts.publisher->schedule(); });
     parts.publisher = std::make_unique<StatusPublisher>(parts.session, [&parts, &controller] {
-        return currentStatus(controller, *parts.roles, parts.artFile->path());
+        auto status = currentStatus(controller, *parts.roles, parts.artFile->path());
+        status.insert(QString::fromLatin1(control::status::kRole),
+                      linkRole(SocketController::sharedController()));
+        return status;
     });
     ControlActions actions;
     actions.players = [&parts, &controller] {
@@ -275,7 +287,8 @@ void Application::serveBus() {
         return error;
     };
     actions.doctor = [this, &parts](std::function<void(QList<QVariantMap>)> done) {
-        const DoctorFacts facts{configFolder(), options_.resourceFolder, parts.folders->folders()};
+        const DoctorFacts facts{configFolder(), options_.resourceFolder, parts.folders->folders(),
+                                linkRole(SocketController::sharedController())};
         parts.session.queue(kDoctorQueue)
             .async([&loop = parts.session.runLoop(), facts, done = std::move(done)] {
                 loop.async([done, checks = doctorAnswer(runDoctor(facts))] { done(checks); });
@@ -305,6 +318,14 @@ void Application::serveBus() {
         });
     };
     actions.useMusicFolders = [this](const QStringList& folders) { return useMusicFolders(folders); };
+    parts.link = std::make_unique<LinkCommands>(parts.session, *parts.alerts);
+    actions.hosts = [&parts](auto done) { parts.link->hosts(std::move(done)); };
+    actions.connectToHost = [&parts](const QString& name, const auto& done) {
+        parts.link->connectTo(name, done);
+    };
+    actions.disconnectFromHost = [&parts](const auto& done) { parts.link->disconnect(done); };
+    actions.serve = [&parts](bool on, const auto& done) { parts.link->serve(on, done); };
+    actions.rename = [&parts](const QString& name, const auto& done) { parts.link->rename(name, done); };
     actions.reopen = reopen;
     actions.quit = quit;
     parts.control = std::make_unique<ControlService>(parts.session, *parts.publisher, std::move(actions));
@@ -356,6 +377,15 @@ void Application::keepSomebodyInCharge() {
         notifications::kWorkspaceDidLaunchApplication, [&parts, adopt](const auto&) {
             parts.library->playerCameUp();
             adopt();
+        });
+    // Whoever leaves a host is back with the players of this machine.
+    parts.connections = parts.session.notificationCenter().addObserver(
+        notifications::kServerConnectionChanged, [&parts, adopt](const auto&) {
+            parts.session.runLoop().async([adopt] {
+                const auto& link = SocketController::sharedController();
+                if (!link.connectedToHost() && !link.connecting())
+                    adopt();
+            });
         });
 }
 

@@ -15,6 +15,7 @@ struct ControlError;
 struct ApplicationOptions {
     bool headless = false;
     bool demo = false;
+    bool serve = false;     ///< lets other machines control this one, from now on
     QString resourceFolder; ///< holds "Defaults.plist"
     QString demoFolder;     ///< holds the demo's home; empty without --demo
 };

@@ -43,15 +43,6 @@ std::optional<ControlError> seekTo(PlayerController& controller, double seconds)
     return std::nullopt;
 }
 
-auto replyTo(const QDBusMessage& call, const QDBusConnection& bus) {
-    return [call, bus](const std::variant<QString, ControlError>& result) {
-        if (const auto* error = std::get_if<ControlError>(&result))
-            bus.send(call.createErrorReply(error->name, error->message));
-        else
-            bus.send(call.createReply(std::get<QString>(result)));
-    };
-}
-
 } // namespace
 
 ControlService::ControlService(Session& session, StatusPublisher& publisher, ControlActions actions)
@@ -78,6 +69,30 @@ void ControlService::answer(std::function<QVariant()> work) {
             } else {
                 bus.send(value.isValid() ? call.createReply(value) : call.createReply());
             }
+        });
+}
+
+void ControlService::answerLater(std::function<void(const AnswerLater&)> work) {
+    setDelayedReply(true);
+    session_.runLoop().async(
+        [self = QPointer(this), call = message(), bus = connection(), work = std::move(work)] {
+            if (!self)
+                return;
+            work([call, bus](const std::variant<QString, ControlError>& outcome) {
+                if (const auto* error = std::get_if<ControlError>(&outcome))
+                    bus.send(call.createErrorReply(error->name, error->message));
+                else
+                    bus.send(call.createReply(std::get<QString>(outcome)));
+            });
+        });
+}
+
+void ControlService::describeLater(std::function<void(const std::function<void(const QVariantMap&)>&)> work) {
+    setDelayedReply(true);
+    session_.runLoop().async(
+        [self = QPointer(this), call = message(), bus = connection(), work = std::move(work)] {
+            if (self)
+                work([call, bus](const QVariantMap& values) { bus.send(call.createReply(values)); });
         });
 }
 
@@ -227,33 +242,44 @@ QList<QVariantMap> ControlService::Doctor() {
 }
 
 QString ControlService::Search(const QString& term) {
-    setDelayedReply(true);
-    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(), term] {
-        if (!self)
-            return;
-        self->actions_.search(term, replyTo(call, bus));
-    });
+    answerLater([this, term](const AnswerLater& done) { actions_.search(term, done); });
     return {};
 }
 
 QString ControlService::Spotify(const QString& action, const QString& clientID, const QString& secret) {
-    setDelayedReply(true);
-    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(),
-                              words = QStringList{action, clientID, secret}] {
-        if (self)
-            self->actions_.spotify(words, replyTo(call, bus));
+    answerLater([this, words = QStringList{action, clientID, secret}](const AnswerLater& done) {
+        actions_.spotify(words, done);
     });
     return {};
 }
 
 QVariantMap ControlService::Library(const QString& action) {
-    setDelayedReply(true);
-    session_.runLoop().async([self = QPointer(this), call = message(), bus = connection(), action] {
-        if (!self)
-            return;
-        self->actions_.libraryState(
-            action, [call, bus](const QVariantMap& state) { bus.send(call.createReply(state)); });
-    });
+    describeLater([this, action](const auto& done) { actions_.libraryState(action, done); });
+    return {};
+}
+
+QVariantMap ControlService::Hosts() {
+    describeLater([this](const auto& done) { actions_.hosts(done); });
+    return {};
+}
+
+QString ControlService::Connect(const QString& host) {
+    answerLater([this, host](const AnswerLater& done) { actions_.connectToHost(host, done); });
+    return {};
+}
+
+QString ControlService::Disconnect() {
+    answerLater([this](const AnswerLater& done) { actions_.disconnectFromHost(done); });
+    return {};
+}
+
+QString ControlService::Serve(bool on) {
+    answerLater([this, on](const AnswerLater& done) { actions_.serve(on, done); });
+    return {};
+}
+
+QString ControlService::Rename(const QString& name) {
+    answerLater([this, name](const AnswerLater& done) { actions_.rename(name, done); });
     return {};
 }
 

@@ -23,6 +23,9 @@ struct ControlError {
     QString message;
 };
 
+/// Called once, with a text for people or why there is none.
+using AnswerLater = std::function<void(const std::variant<QString, ControlError>&)>;
+
 /// What the service asks of the program around it.
 struct ControlActions {
     std::function<QList<QVariantMap>()> players;
@@ -33,18 +36,21 @@ struct ControlActions {
     /// Has the art written to a file and calls back when it is there, after a moment at most.
     std::function<void(std::function<void()> done)> wantArt;
     /// Searches everything and calls back with the results as JSON, or with why there are none.
-    std::function<void(const QString& term, std::function<void(const std::variant<QString, ControlError>&)>)>
-        search;
+    std::function<void(const QString& term, AnswerLater done)> search;
     /// Plays a row of the last search; a message for people, or why it cannot be played.
     std::function<std::variant<QString, ControlError>(uint row, const QString& service)> playRow;
     /// Begins or cancels a scan of the library, or neither, and calls back with its state.
     std::function<void(const QString& action, std::function<void(const QVariantMap&)> done)> libraryState;
     /// Signs in to Spotify's catalogue or out of it, or neither, and calls back with a message for people.
-    std::function<void(const QStringList& words,
-                       std::function<void(const std::variant<QString, ControlError>&)>)>
-        spotify;
+    std::function<void(const QStringList& words, AnswerLater done)> spotify;
     /// Looks for music in these folders from now on; the reason where that makes no sense.
     std::function<std::optional<ControlError>(const QStringList& folders)> useMusicFolders;
+    /// The link to other machines; see `LinkCommands`.
+    std::function<void(std::function<void(const QVariantMap&)> done)> hosts;
+    std::function<void(const QString& name, AnswerLater done)> connectToHost;
+    std::function<void(AnswerLater done)> disconnectFromHost;
+    std::function<void(bool on, AnswerLater done)> serve;
+    std::function<void(const QString& name, AnswerLater done)> rename;
     std::function<void()> reopen;
     std::function<void()> quit;
 };
@@ -82,6 +88,11 @@ class ControlService final : public QObject, protected QDBusContext {
     void UseMusicFolders(const QStringList& folders);
     QString PlayRow(uint row, const QString& service);
     QString Spotify(const QString& action, const QString& clientID, const QString& secret);
+    QVariantMap Hosts();
+    QString Connect(const QString& host);
+    QString Disconnect();
+    QString Serve(bool on);
+    QString Rename(const QString& name);
     void Reopen();
     void Quit();
 
@@ -90,6 +101,10 @@ class ControlService final : public QObject, protected QDBusContext {
 
     /// Runs `work` on the run loop, then answers the current call with what it gives.
     void answer(std::function<QVariant()> work);
+    /// Runs `work`, which answers the current call by what it is handed, at some later time.
+    void answerLater(std::function<void(const AnswerLater&)> work);
+    /// The same for an answer of several values.
+    void describeLater(std::function<void(const std::function<void(const QVariantMap&)>&)> work);
     /// The same for a command, which is refused without an active player.
     void command(std::function<Outcome(PlayerController&)> work);
 

@@ -2,6 +2,7 @@
 
 #include "platform/alerts.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -11,29 +12,41 @@ namespace merlode {
 /// the answer elsewhere, on a terminal say. Main thread.
 class DivertedAlerts final : public Alerts {
   public:
+    /// Until it is destroyed alerts go to whoever asked for it; the youngest one gets them.
+    class Diversion {
+      public:
+        Diversion(DivertedAlerts& alerts, std::function<void(const Alert&)> taker)
+            : alerts_(alerts), before_(std::exchange(alerts.taker_, std::move(taker))) {}
+        ~Diversion() { alerts_.taker_ = std::move(before_); }
+        Diversion(const Diversion&) = delete;
+        Diversion& operator=(const Diversion&) = delete;
+
+      private:
+        DivertedAlerts& alerts_;
+        std::function<void(const Alert&)> before_;
+    };
+
     explicit DivertedAlerts(std::unique_ptr<Alerts> shown) : shown_(std::move(shown)) {}
 
     int runModal(const Alert& alert) override {
-        if (!diverting_)
+        if (!taker_)
             return shown_->runModal(alert);
-        diverted_ = alert;
+        taker_(alert);
         return kAlertFirstButtonReturn;
     }
 
     /// Runs `work` and gives the last alert that it would have shown.
     template<class Work>
     std::optional<Alert> during(Work work) {
-        diverted_.reset();
-        diverting_ = true;
+        std::optional<Alert> last;
+        const Diversion diversion(*this, [&last](const Alert& alert) { last = alert; });
         work();
-        diverting_ = false;
-        return std::exchange(diverted_, std::nullopt);
+        return last;
     }
 
   private:
     std::unique_ptr<Alerts> shown_;
-    bool diverting_ = false;
-    std::optional<Alert> diverted_;
+    std::function<void(const Alert&)> taker_;
 };
 
 } // namespace merlode

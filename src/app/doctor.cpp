@@ -3,6 +3,7 @@
 #include "base/runtime_folder.h"
 #include "platform/linux/mpd_address.h"
 #include "platform/linux/mpris_names.h"
+#include "platform/linux/multicast_probe.h"
 #include "platform/linux/private_mpd.h"
 #include "platform/linux/sound_output.h"
 
@@ -150,6 +151,20 @@ Check checkSleep() {
             QStringLiteral("install \"systemd\" or \"elogind\"; harmless on a machine that never sleeps")};
 }
 
+Check checkOtherMachines(const QString& link) {
+    const QString name = QStringLiteral("other machines");
+    const QString state = link.isEmpty() ? QString() : link + QStringLiteral("; ");
+    if (const auto problem = multicastProblem(); problem.isEmpty())
+        return {name, State::Ok, state + QStringLiteral("found by multicast DNS"), {}};
+    else if (const auto bus = QDBusConnection::systemBus();
+             bus.isConnected() && activatable(bus, QStringLiteral("org.freedesktop.Avahi")))
+        return {name, State::Ok, state + QStringLiteral("found by avahi-daemon"), {}};
+    else
+        return {name, State::Warning, state + QStringLiteral("they cannot be found: %1").arg(problem),
+                QStringLiteral("install \"avahi-daemon\", or connect by address: "
+                               "merlodectl connect ADDRESS:PORT")};
+}
+
 Check checkPictureFormats() {
     const QString name = QStringLiteral("picture formats");
     const auto formats = QImageReader::supportedImageFormats();
@@ -190,6 +205,7 @@ QList<Check> runDoctor(const DoctorFacts& facts) {
         checkPlayers(bus),
         checkNotifications(bus),
         checkSleep(),
+        checkOtherMachines(facts.link),
         checkPictureFormats(),
     };
 }

@@ -21,6 +21,7 @@ struct DoctorFacts {
     QString configFolder;
     QString resourceFolder;
     QStringList musicFolders;
+    QString link{}; ///< what the link to other machines does; empty where no program runs
 };
 
 /// Looks at each thing that the program relies on. Blocks for up to three seconds: not on the main thread of

@@ -97,6 +97,12 @@ std::unique_ptr<SecretStore> makeSecretStore(RunLoop& loop) {
     return std::unique_ptr<SecretStore>(make ? make(&loop) : nullptr);
 }
 
+std::unique_ptr<ServiceDiscovery> makeServiceDiscovery(RunLoop& loop) {
+    const auto make =
+        find<ServiceDiscovery*(RunLoop*)>(QStringLiteral("merlode-discovery"), "merlodeMakeServiceDiscovery");
+    return std::unique_ptr<ServiceDiscovery>(make ? make(&loop) : nullptr);
+}
+
 QString startDemoServices(std::shared_ptr<void>& keep) {
     QString address;
     if (const auto start = find<void(std::shared_ptr<void>*, QString*)>(QStringLiteral("merlode-demo"),
@@ -163,6 +169,68 @@ void LazySecretStore::remove(const QString& account, std::function<void(const QS
     if (auto* loaded = store())
         return loaded->remove(account, std::move(done));
     loop_.async([done = std::move(done)] { done(kMissingPart); });
+}
+
+// Discovery.
+
+namespace {
+
+const QString kDiscoveryMissing = QStringLiteral("the part of the program that does it is missing");
+
+// What stands in for an activity that cannot begin: it ends as every other does, and tells why at its start.
+class MissingActivity final : public ServiceDiscovery::Activity {
+  public:
+    MissingActivity(RunLoop& loop, const std::function<void(const QString&)>& failed,
+                    std::function<void()> didStop)
+        : loop_(loop), didStop_(std::move(didStop)) {
+        if (failed)
+            telling_ = loop.after(0, [failed] { failed(kDiscoveryMissing); });
+    }
+    void stop() override {
+        if (auto didStop = std::exchange(didStop_, nullptr))
+            telling_ = loop_.after(0, std::move(didStop));
+    }
+
+  private:
+    RunLoop& loop_;
+    std::function<void()> didStop_;
+    Timer telling_;
+};
+
+} // namespace
+
+ServiceDiscovery* LazyServiceDiscovery::discovery() {
+    if (!std::exchange(loaded_, true))
+        discovery_ = modules::makeServiceDiscovery(loop_);
+    return discovery_.get();
+}
+
+std::unique_ptr<ServiceDiscovery::Activity> LazyServiceDiscovery::publish(const Service& service,
+                                                                          PublishCallbacks callbacks) {
+    if (auto* loaded = discovery())
+        return loaded->publish(service, std::move(callbacks));
+    return std::make_unique<MissingActivity>(loop_, callbacks.didNotPublish, callbacks.didStop);
+}
+
+std::unique_ptr<ServiceDiscovery::Activity> LazyServiceDiscovery::browse(const QString& type,
+                                                                         BrowseCallbacks callbacks) {
+    if (auto* loaded = discovery())
+        return loaded->browse(type, std::move(callbacks));
+    return std::make_unique<MissingActivity>(loop_, callbacks.didNotSearch, callbacks.didStop);
+}
+
+std::unique_ptr<ServiceDiscovery::Activity> LazyServiceDiscovery::resolve(const QString& type,
+                                                                          const QString& name, double seconds,
+                                                                          ResolveCallbacks callbacks) {
+    if (auto* loaded = discovery())
+        return loaded->resolve(type, name, seconds, std::move(callbacks));
+    return std::make_unique<MissingActivity>(loop_, callbacks.didNotResolve, nullptr);
+}
+
+QString LazyServiceDiscovery::unavailableReason() const {
+    if (discovery_)
+        return discovery_->unavailableReason();
+    return loaded_ ? kDiscoveryMissing : QString();
 }
 
 } // namespace merlode

@@ -2,6 +2,7 @@
 
 #include "platform/http_client.h"
 #include "platform/secret_store.h"
+#include "platform/service_discovery.h"
 
 #include <QString>
 
@@ -51,6 +52,9 @@ std::unique_ptr<MediaLibrary> makeMpdMediaLibrary(Session& session, const MpdAdd
 /// The desktop's keychain. Main thread. Null where the module is missing.
 std::unique_ptr<SecretStore> makeSecretStore(RunLoop& loop);
 
+/// Services on the local network. Main thread. Null where the module is missing.
+std::unique_ptr<ServiceDiscovery> makeServiceDiscovery(RunLoop& loop);
+
 /// Web services that live as long as what `keep` holds, in place of the public ones; see `DemoServices`.
 /// Their base address, empty where they cannot be started.
 QString startDemoServices(std::shared_ptr<void>& keep);
@@ -93,6 +97,26 @@ class LazySecretStore final : public SecretStore {
     RunLoop& loop_;
     bool loaded_ = false;
     std::unique_ptr<SecretStore> store_;
+};
+
+/// Discovery on the local network, by a part of the program that is loaded with the first use. Main thread,
+/// which the loading holds up for some milliseconds.
+class LazyServiceDiscovery final : public ServiceDiscovery {
+  public:
+    explicit LazyServiceDiscovery(RunLoop& loop) : loop_(loop) {}
+
+    std::unique_ptr<Activity> publish(const Service& service, PublishCallbacks callbacks) override;
+    std::unique_ptr<Activity> browse(const QString& type, BrowseCallbacks callbacks) override;
+    std::unique_ptr<Activity> resolve(const QString& type, const QString& name, double seconds,
+                                      ResolveCallbacks callbacks) override;
+    QString unavailableReason() const override;
+
+  private:
+    ServiceDiscovery* discovery();
+
+    RunLoop& loop_;
+    bool loaded_ = false;
+    std::unique_ptr<ServiceDiscovery> discovery_;
 };
 
 } // namespace merlode

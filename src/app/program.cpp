@@ -31,6 +31,7 @@ constexpr int kUsage = 2;
 struct Arguments {
     bool headless = false;
     bool demo = false;
+    bool serve = false;
     bool doctor = false;
     std::optional<int> exitCode; ///< set when there is nothing to run
 };
@@ -54,6 +55,10 @@ Arguments readArguments(int argc, char** argv) {
         QStringLiteral("demo"),
         QStringLiteral(
             "Run on a generated music library in a throw-away home; needs no player and no music."));
+    const QCommandLineOption serve(
+        QStringLiteral("serve"),
+        QStringLiteral(
+            "Let every machine on this network control playback here, as \"merlodectl serve on\"."));
     const QCommandLineOption doctor(
         QStringLiteral("doctor"),
         QStringLiteral("Check what the program relies on, print it as JSON, and end."));
@@ -61,7 +66,7 @@ Arguments readArguments(int argc, char** argv) {
                                   QStringLiteral("Show this help and end."));
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Show the version and end."));
-    parser.addOptions({headless, demo, doctor, help, version});
+    parser.addOptions({headless, demo, serve, doctor, help, version});
     Arguments arguments;
     if (!parser.parse(words) || !parser.positionalArguments().isEmpty()) {
         const QString reason = parser.errorText().isEmpty()
@@ -78,6 +83,7 @@ Arguments readArguments(int argc, char** argv) {
     }
     arguments.headless = parser.isSet(headless);
     arguments.demo = parser.isSet(demo);
+    arguments.serve = parser.isSet(serve);
     arguments.doctor = parser.isSet(doctor);
     return arguments;
 }
@@ -108,7 +114,8 @@ int runApplication(const Arguments& arguments, const QString& demoFolder) {
                           .arg(bus.lastError().message()));
         return kCannotRun;
     }
-    Application application({arguments.headless, arguments.demo, resourceFolder(), demoFolder});
+    Application application(
+        {arguments.headless, arguments.demo, arguments.serve, resourceFolder(), demoFolder});
     if (!application.becomeTheInstance()) {
         if (arguments.demo) {
             print(stderr, QStringLiteral(

@@ -27,8 +27,11 @@ bool plays(const QVariantMap& status) {
 
 StatusPublisher::StatusPublisher(Session& session, std::function<QVariantMap()> read)
     : session_(session), read_(std::move(read)) {
-    for (const auto name : {notifications::kNewTrackInfoAvailable, notifications::kNewPlayStateAvailable,
-                            notifications::kNewVolumeInfoAvailable, notifications::kTrackPositionUpdated})
+    for (const auto name :
+         {notifications::kNewTrackInfoAvailable, notifications::kNewPlayStateAvailable,
+          notifications::kNewVolumeInfoAvailable, notifications::kTrackPositionUpdated,
+          notifications::kServerConnectionChanged, notifications::kRemoteClientHostNameUpdated,
+          notifications::kSocketServerStateChanged})
         observations_.push_back(
             session_.notificationCenter().addObserver(name, [this](const auto&) { schedule(); }));
 }

@@ -23,6 +23,11 @@
 /// | Library | s: "rescan", "cancel", or empty | a{sv}: "state" ("not scanned yet", "scanning", "up to date", "cancelled", "unreachable"), "folder", "songs", "filesSeen", "filesTotal" |
 /// | UseMusicFolders | as: absolute paths, none for the desktop's own | |
 /// | Spotify | s: "login", "logout" or empty, s: client id, s: secret, both for "login" only | s: a message for people about the sign-in to Spotify's catalogue |
+/// | Hosts | | a{sv}: "role" as in a status, "name" (of this machine), "hosts" (as: names of the servers on the network), "connected" (name of the own server, if any), "problem" (why none can be found, if so); answers when others have had time to |
+/// | Connect | s: the name of a host, or HOST:PORT | s: a message for people; answers when connected |
+/// | Disconnect | | s: a message for people, may be empty |
+/// | Serve | b: whether other machines may control this one | s: a message for people, may be empty |
+/// | Rename | s: a name for this machine, 63 bytes at most | s: a message for people, may be empty |
 /// | Reopen | | brings the window or panel forward |
 /// | Quit | | ends the program |
 ///
@@ -44,11 +49,15 @@ inline constexpr char kErrorNoPlayer[] = "co.vantry.Merlode1.Error.NoPlayer";
 inline constexpr char kErrorNotSupported[] = "co.vantry.Merlode1.Error.NotSupported";
 /// An argument is out of range or names nothing.
 inline constexpr char kErrorInvalidArgument[] = "co.vantry.Merlode1.Error.InvalidArgument";
+/// It was tried and did not come about: a host that does not answer, a name that is taken.
+inline constexpr char kErrorFailed[] = "co.vantry.Merlode1.Error.Failed";
 
 /// The keys of a status, in the order in which people read them. Absent where there is nothing to tell.
 namespace status {
-inline constexpr char kState[] = "state";   ///< text: "playing", "paused" (not playing) or "none" (no player)
-inline constexpr char kPlayer[] = "player"; ///< text: role of the active player: "iTunes", "Spotify", ...
+inline constexpr char kState[] = "state"; ///< text: "playing", "paused" (not playing) or "none" (no player)
+/// text: "server" (others can control this machine), "client of NAME" (all goes to that machine) or "local"
+inline constexpr char kRole[] = "role";
+inline constexpr char kPlayer[] = "player";     ///< text: role of the active player: "iTunes", "Spotify", ...
 inline constexpr char kProgram[] = "program";   ///< text: the program behind that role
 inline constexpr char kTitle[] = "title";       ///< text
 inline constexpr char kArtist[] = "artist";     ///< text

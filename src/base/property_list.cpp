@@ -1,9 +1,13 @@
 #include "base/property_list.h"
 
+#include "base/property_list_limits.h"
+
 #include <QDateTime>
 #include <QTimeZone>
 
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 
 #include <plist/plist.h>
@@ -25,21 +29,6 @@ using TextPtr = std::unique_ptr<char, TextDeleter>;
 // Property lists count time from 2001-01-01 UTC.
 constexpr qint64 kReferenceDateSeconds = 978307200;
 
-// The library frees and we convert containers by recursion: a hostile text must not decide its depth.
-bool nestsTooDeep(const QByteArray& xml) {
-    int depth = 0;
-    for (qsizetype at = xml.indexOf('<'); at >= 0; at = xml.indexOf('<', at + 1)) {
-        const auto rest = QByteArrayView(xml).sliced(at);
-        if (rest.startsWith("<dict>") || rest.startsWith("<array>"))
-            ++depth;
-        else if (rest.startsWith("</dict>") || rest.startsWith("</array>"))
-            --depth;
-        if (depth > kDeepestNesting)
-            return true;
-    }
-    return false;
-}
-
 QVariant toVariant(plist_t node);
 
 QVariantMap toMap(plist_t node) {
@@ -54,7 +43,7 @@ QVariantMap toMap(plist_t node) {
         const std::unique_ptr<char, decltype(&free)> keyText(key, &free);
         if (!value)
             return map;
-        map.insert(QString::fromUtf8(key), toVariant(value));
+        map.insert(map.cend(), QString::fromUtf8(key), toVariant(value)); // most texts are in order
     }
 }
 
@@ -117,11 +106,21 @@ QVariant toVariant(plist_t node) {
 
 plist_t fromVariant(const QVariant& value);
 
+// XML 1.0 has no way to write these, and a writer that lets them through makes a file that nobody can read.
+QByteArray cleanText(QString text) {
+    text.removeIf([](QChar character) {
+        const auto code = character.unicode();
+        return (code < 0x20 && code != '\t' && code != '\n' && code != '\r') || code == 0xFFFE ||
+               code == 0xFFFF;
+    });
+    return text.toUtf8();
+}
+
 plist_t fromMap(const QVariantMap& map) {
     plist_t node = plist_new_dict();
     for (auto item = map.begin(); item != map.end(); ++item) {
         if (plist_t child = fromVariant(item.value()))
-            plist_dict_set_item(node, item.key().toUtf8().constData(), child);
+            plist_dict_set_item(node, cleanText(item.key()).constData(), child);
     }
     return node;
 }
@@ -139,16 +138,6 @@ plist_t fromDate(const QDateTime& date) {
     const qint64 milliseconds = date.toMSecsSinceEpoch() - kReferenceDateSeconds * 1000;
     return plist_new_date(static_cast<std::int32_t>(milliseconds / 1000),
                           static_cast<std::int32_t>(milliseconds % 1000) * 1000);
-}
-
-// XML 1.0 has no way to write these, and a writer that lets them through makes a file that nobody can read.
-QByteArray cleanText(QString text) {
-    text.removeIf([](QChar character) {
-        const auto code = character.unicode();
-        return (code < 0x20 && code != '\t' && code != '\n' && code != '\r') || code == 0xFFFE ||
-               code == 0xFFFF;
-    });
-    return text.toUtf8();
 }
 
 plist_t fromVariant(const QVariant& value) {
@@ -184,7 +173,8 @@ plist_t fromVariant(const QVariant& value) {
 } // namespace
 
 std::optional<QVariant> parse(const QByteArray& xml) {
-    if (xml.isEmpty() || nestsTooDeep(xml))
+    // The library counts in 32 bits.
+    if (xml.isEmpty() || xml.size() > std::numeric_limits<std::int32_t>::max() || !isHarmless(xml))
         return std::nullopt;
     plist_t root = nullptr;
     plist_from_xml(xml.constData(), static_cast<std::uint32_t>(xml.size()), &root);
@@ -194,14 +184,38 @@ std::optional<QVariant> parse(const QByteArray& xml) {
     return toVariant(root);
 }
 
+bool canHold(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::Float:
+    case QMetaType::QString:
+    case QMetaType::QByteArray:
+    case QMetaType::QDateTime:
+    case QMetaType::QStringList:
+        return true;
+    case QMetaType::QVariantList:
+        return std::ranges::all_of(value.toList(), canHold);
+    case QMetaType::QVariantMap:
+        return std::ranges::all_of(value.toMap(), canHold);
+    default:
+        return false;
+    }
+}
+
 QByteArray serialize(const QVariant& value) {
-    const NodePtr root(fromVariant(value));
+    NodePtr root(fromVariant(value));
     if (!root)
         return {};
     char* text = nullptr;
     std::uint32_t length = 0;
     plist_to_xml(root.get(), &text, &length);
     const std::unique_ptr<char, TextDeleter> owner(text);
+    root.reset(); // a picture need not be held three times
     return QByteArray(text, static_cast<qsizetype>(length));
 }
 

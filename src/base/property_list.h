@@ -10,12 +10,12 @@
 /// round trip.
 namespace merlode::property_list {
 
-/// How deep containers may nest in a text that is read; deeper texts are refused. Nothing the program writes
-/// goes below 8.
-inline constexpr int kDeepestNesting = 64;
-
-/// Reads the XML form. Nothing for a text that is no property list. Any thread.
+/// Reads the XML form. Nothing for a text that is no property list or goes beyond the limits of
+/// base/property_list_limits.h. Any thread.
 std::optional<QVariant> parse(const QByteArray& xml);
+
+/// Whether a property list can hold the value and everything in it. Any thread.
+bool canHold(const QVariant& value);
 
 /// Writes the XML form. Values of other types are left out with their keys. Any thread.
 QByteArray serialize(const QVariant& value);

@@ -216,6 +216,18 @@ QString readPlayersOperands(const QStringList& operands, Command& command) {
     return {};
 }
 
+QString readServeOperand(const QStringList& operands, Command& command) {
+    if (operands != QStringList(QStringLiteral("on")) && operands != QStringList(QStringLiteral("off")))
+        return QStringLiteral("write 'serve on' or 'serve off'");
+    command.action = operands[0];
+    return {};
+}
+
+QString readHostOperands(const QStringList& operands, Command& command) {
+    command.host = operands.join(u' ').trimmed();
+    return command.host.isEmpty() ? QStringLiteral("a name is needed") : QString();
+}
+
 QString readHelpOperand(const QStringList& operands, Command& command) {
     if (operands.isEmpty())
         return {};
@@ -242,6 +254,11 @@ QString readOperands(const QStringList& operands, Command& command) {
         return readSpotifyOperands(operands, command);
     case Word::Players:
         return readPlayersOperands(operands, command);
+    case Word::Serve:
+        return readServeOperand(operands, command);
+    case Word::Connect:
+    case Word::Name:
+        return readHostOperands(operands, command);
     case Word::Help:
         return readHelpOperand(operands, command);
     default:

@@ -38,7 +38,7 @@ constexpr std::array kFields{
     Field{control::status::kPlayer, plain},   Field{control::status::kProgram, plain},
     Field{control::status::kPosition, clock}, Field{control::status::kDuration, clock},
     Field{control::status::kVolume, number},  Field{control::status::kMuted, muted},
-    Field{control::status::kArtFile, plain},
+    Field{control::status::kArtFile, plain},  Field{control::status::kRole, plain},
 };
 
 /// The alternatives between two braces, or what is wrong with them.

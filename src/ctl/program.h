@@ -42,6 +42,8 @@ class Program {
 
     /// And signing in, for which somebody may have to unlock the keychain.
     static constexpr int kSignInMilliseconds = 100'000;
+    /// And the link, where a machine may take its time to be found and to answer.
+    static constexpr int kLinkMilliseconds = 45'000;
 
     /// The first bus of `busAddresses()` on which the program's name is owned, or null.
     static std::unique_ptr<Program> find();

@@ -49,6 +49,12 @@ QString playerText(const QJsonObject& status) {
     return program.isEmpty() ? text(status, control::status::kPlayer) : program;
 }
 
+// Nothing where no other machine has to do with it.
+QString roleText(const QJsonObject& status) {
+    const auto role = text(status, control::status::kRole);
+    return role == QStringLiteral("local") ? QString() : line(QStringLiteral("Role"), role);
+}
+
 QString playerState(const QJsonObject& player) {
     const auto holds = [&](const char* key) { return player.value(QLatin1String(key)).toBool(); };
     QString state;
@@ -117,8 +123,9 @@ bool hasNoPlayer(const QJsonObject& status) {
 }
 
 QString statusText(const QJsonObject& status) {
+    const QString roleLine = roleText(status);
     if (hasNoPlayer(status))
-        return QStringLiteral("no player is active\n");
+        return QStringLiteral("no player is active\n") + roleLine;
     return line(QStringLiteral("State"), text(status, control::status::kState)) +
            line(QStringLiteral("Title"), text(status, control::status::kTitle)) +
            line(QStringLiteral("Artist"), text(status, control::status::kArtist)) +
@@ -126,7 +133,7 @@ QString statusText(const QJsonObject& status) {
            line(QStringLiteral("Position"), positionText(status)) +
            line(QStringLiteral("Volume"), volumeText(status)) +
            line(QStringLiteral("Player"), playerText(status)) +
-           line(QStringLiteral("Art"), text(status, control::status::kArtFile));
+           line(QStringLiteral("Art"), text(status, control::status::kArtFile)) + roleLine;
 }
 
 QString statusLine(const QJsonObject& status) {
@@ -173,6 +180,24 @@ QString searchText(const QJsonObject& found) {
         if (const auto failure = text(service, "failure"); !failure.isEmpty())
             result += QStringLiteral("%1 gave nothing: %2\n").arg(text(service, "service"), failure);
     }
+    return result;
+}
+
+QString hostsText(const QJsonObject& hosts) {
+    const auto connected = text(hosts, "connected");
+    bool listed = false;
+    QString result;
+    for (const auto& host : hosts.value(QStringLiteral("hosts")).toArray()) {
+        const auto name = plainText(host.toString());
+        listed = listed || name == connected;
+        result += (name == connected ? QStringLiteral("* ") : QStringLiteral("  ")) + name + u'\n';
+    }
+    if (!connected.isEmpty() && !listed)
+        result += QStringLiteral("* %1\n").arg(connected); // by its address, or announced no more
+    if (result.isEmpty())
+        result = QStringLiteral("no host was found\n");
+    if (const auto problem = text(hosts, "problem"); !problem.isEmpty())
+        result += QStringLiteral("hosts cannot be found here: %1\n").arg(problem);
     return result;
 }
 

@@ -29,6 +29,9 @@ QJsonObject limited(const QJsonObject& found, std::optional<int> limit);
 /// The rows of a search as a table, and below it which services gave nothing, and why.
 QString searchText(const QJsonObject& found);
 
+/// The hosts that were found, one a line; a star marks the one that is connected.
+QString hostsText(const QJsonObject& hosts);
+
 /// The state of the music library on one line.
 QString libraryText(const QJsonObject& library);
 

@@ -5,6 +5,7 @@
 #include "ctl/doctor.h"
 #include "ctl/follow.h"
 #include "ctl/output.h"
+#include "ctl/plain_text.h"
 #include "ctl/program.h"
 #include "ctl/render.h"
 #include "ctl/secret_prompt.h"
@@ -148,6 +149,27 @@ int play(const Program& program, const Command& command) {
     return report({kFailed, QStringLiteral("there is no %1").arg(command.wish.text()), {}});
 }
 
+int hosts(const Program& program, const Command& command) {
+    const auto reply = program.call("Hosts", {}, "a{sv}", Program::kLinkMilliseconds);
+    if (!reply)
+        return report(reply);
+    if (command.json)
+        printOut(jsonLine(reply.object()));
+    else
+        printOut(hostsText(reply.object()));
+    return kDone;
+}
+
+/// A method of the link, which gives a message for people that may be empty.
+int link(const Program& program, const char* method, const QVariantList& arguments) {
+    const auto reply = program.call(method, arguments, "s", Program::kLinkMilliseconds);
+    if (!reply)
+        return report(reply);
+    if (const auto message = reply.value.toString(); !message.isEmpty())
+        printOut(plainText(message) + u'\n');
+    return kDone;
+}
+
 int quit(const Program& program) {
     const auto reply = program.call("Quit");
     // It was there before the call; that it is gone before it replied is what was asked for.
@@ -172,6 +194,16 @@ int runOnProgram(const Program& program, const Command& command) {
         return spotify(program, command);
     case Word::Players:
         return players(program, command);
+    case Word::Hosts:
+        return hosts(program, command);
+    case Word::Connect:
+        return link(program, "Connect", {command.host});
+    case Word::Disconnect:
+        return link(program, "Disconnect", {});
+    case Word::Serve:
+        return link(program, "Serve", {command.action == QStringLiteral("on")});
+    case Word::Name:
+        return link(program, "Rename", {command.host});
     case Word::Quit:
         return quit(program);
     default:

@@ -13,6 +13,9 @@ constexpr QLatin1String operator""_l1(const char* text, std::size_t size) {
     return QLatin1String(text, static_cast<qsizetype>(size));
 }
 
+// Of words whose operands are one text.
+constexpr int kManyOperands = 1000;
+
 constexpr std::array kWords{
     WordEntry{Word::Status, "status"_l1, ""_l1, kJson | kFollow | kWait | kFormat, 0, nullptr,
               "tell what is playing"_l1,
@@ -36,7 +39,7 @@ constexpr std::array kWords{
         Word::Volume, "volume"_l1, "[N|+N|-N]"_l1, 0, 1, nullptr, "print or set the volume"_l1,
         "N is 0 to 100; +N and -N change the volume by N. Without an operand the volume is printed.\n"_l1},
     WordEntry{Word::Mute, "mute"_l1, ""_l1, 0, 0, "ToggleMute", "mute, or undo muting"_l1, ""_l1},
-    WordEntry{Word::Search, "search"_l1, "TERM..."_l1, kJson | kLimit, 1000, nullptr,
+    WordEntry{Word::Search, "search"_l1, "TERM..."_l1, kJson | kLimit, kManyOperands, nullptr,
               "search the library and all services"_l1,
               "Each row has a number for \"merlodectl play\", good until the next search.\n"_l1},
     WordEntry{
@@ -53,6 +56,20 @@ constexpr std::array kWords{
               "list the players, or choose the program of a role"_l1,
               "ROLE is local, spotify or rdio. PROGRAM is auto, mpd, private, none or the MPRIS name of a\n"
               "player that is listed.\n"_l1},
+    WordEntry{Word::Hosts, "hosts"_l1, ""_l1, kJson, 0, nullptr,
+              "list the machines on this network that can be controlled"_l1,
+              "A star marks the one whose player is controlled from here.\n"_l1},
+    WordEntry{Word::Connect, "connect"_l1, "HOST"_l1, 0, kManyOperands, nullptr,
+              "control the player of another machine"_l1,
+              "HOST is a name that \"merlodectl hosts\" lists, or ADDRESS:PORT.\n"_l1},
+    WordEntry{Word::Disconnect, "disconnect"_l1, ""_l1, 0, 0, nullptr,
+              "control the players of this machine again"_l1, ""_l1},
+    WordEntry{
+        Word::Serve, "serve"_l1, "on|off"_l1, 0, 1, nullptr,
+        "let others control the players of this machine, or not"_l1,
+        "When it is on, everybody on the same network can control playback here. It is off at first.\n"_l1},
+    WordEntry{Word::Name, "name"_l1, "NEW"_l1, 0, kManyOperands, nullptr,
+              "change the name of this machine that others see"_l1, "A name takes 63 bytes at most.\n"_l1},
     WordEntry{Word::Doctor, "doctor"_l1, ""_l1, kJson, 0, nullptr,
               "check what merlode needs and say how to mend it"_l1, ""_l1},
     WordEntry{Word::Open, "open"_l1, ""_l1, 0, 0, "Reopen", "bring merlode's window forward"_l1, ""_l1},

@@ -15,6 +15,7 @@
 #include <atomic>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace merlode {
@@ -87,6 +88,9 @@ class PlayerController {
     /// Held while this instance is a client.
     const std::shared_ptr<RemotePlayer>& remotePlayer() const { return remotePlayer_; }
     void setRemotePlayer(std::shared_ptr<RemotePlayer> player);
+    /// Another host, by its name, is being connected, or with an empty name none any more: the host's player
+    /// is put in charge, or leaves.
+    void observeCurrentServerName(const QString& name);
     /// Whether there is one. Any thread.
     bool hasRemotePlayer() const { return hasRemotePlayer_; }
 
@@ -216,6 +220,8 @@ class PlayerController {
                             std::function<void()> done = {});
     /// Reads the volume of the active player and takes a difference over.
     void checkActivePlayerVolume();
+    /// Forgets the track and all that was read of the player.
+    void clearCurrentTrackData();
     /// Notices that the active player's process has gone.
     void checkProcessID();
     /// Sets the name and tells of it; nothing where no station plays.
@@ -258,6 +264,7 @@ class PlayerController {
     void registerForNotifications();
     void stateChanged(Intake source, const Notification& notification);
     std::shared_ptr<MusicPlayer> adapterOf(MusicPlayerType type);
+    bool isEchoOfPause(MusicPlayerType type);
     void applyPendingItem(const std::shared_ptr<MusicPlayer>& player);
     /// The service on which `findAndPlay...` plays; nothing where none can.
     std::optional<MusicPlayerType> serviceToPlay(const MusicItem& item);
@@ -294,7 +301,6 @@ class PlayerController {
 
     void currentTrackWillBeSet(const std::shared_ptr<Track>& track);
     void setCurrentTrack(std::shared_ptr<Track> track);
-    void clearCurrentTrackData();
     void updateStatusItemString(const Track& track);
     void postPlayingNotification(const Track& track);
     static AlbumArtDetails artDetailsOf(const Track& track);
@@ -345,6 +351,7 @@ class PlayerController {
     Timer playerPositionBroadcastTimer_;
     Timer forceSyncTimer_;
     bool timersKilled_ = false;
+    std::set<MusicPlayerType> silenced_; ///< players that were paused when the active one took over
 
     std::vector<Observation> observations_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); ///< deferred work holds it weakly

@@ -42,6 +42,17 @@ void PlayerController::setRemotePlayer(std::shared_ptr<RemotePlayer> player) {
     hasRemotePlayer_ = remotePlayer_ != nullptr;
 }
 
+void PlayerController::observeCurrentServerName(const QString& name) {
+    if (!name.isEmpty()) {
+        if (!remotePlayer_)
+            setRemotePlayer(std::make_shared<RemotePlayer>());
+        return switchToPlayer(remotePlayer_);
+    }
+    setRemotePlayer(nullptr);
+    if (activeIs(MusicPlayerType::Remote))
+        setActivePlayer(nullptr);
+}
+
 std::shared_ptr<RemotePlayer> PlayerController::activeRemotePlayer() const {
     if (!activeIs(MusicPlayerType::Remote))
         return nullptr;

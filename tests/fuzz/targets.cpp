@@ -2,11 +2,15 @@
 // is named by MERLODE_FUZZ_TARGET; what must hold of every result is checked by `require`.
 
 #include "base/image.h"
+#include "base/property_list.h"
 #include "model/image_tools.h"
 #include "model/json.h"
 #include "model/text.h"
 #include "model/xml_document.h"
 #include "platform/linux/mpris_metadata.h"
+#include "remote/gcd_async_socket.h"
+#include "support/in_memory_network.h"
+#include "support/virtual_run_loop.h"
 
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -87,6 +91,46 @@ QVariant busValue(const QByteArray& bytes) {
     const auto image = Image::decode(bytes);
     require(!image || resize(*image, {16, 16}).pixels().size() == QSize(16, 16));
     averagePixelData(image.value_or(Image()), {0, 0, 1000, 1000});
+}
+
+struct MessageReader final : GCDAsyncSocketDelegate {
+    SocketPtr accepted;
+    QByteArray taken;
+    void socketDidAcceptNewSocket(const SocketPtr&, const SocketPtr& newSocket) override {
+        accepted = newSocket;
+        accepted->readDataToData(GCDAsyncSocket::CRLFData(), 1);
+    }
+    void socketDidReadData(const SocketPtr& socket, const QByteArray& data, long) override {
+        require(data.indexOf(GCDAsyncSocket::CRLFData()) == data.size() - 2);
+        taken += data;
+        if (const auto value = property_list::parse(data.chopped(2)))
+            require(property_list::canHold(*value) && !property_list::serialize(*value).isEmpty());
+        socket->readDataToData(GCDAsyncSocket::CRLFData(), 1);
+    }
+};
+
+// What a peer sends, in as many pieces as the first byte says.
+[[maybe_unused]] void message(const QByteArray& bytes) {
+    const QByteArray sent = bytes.mid(1);
+    const auto messages = sent.count(GCDAsyncSocket::CRLFData());
+    if (sent.isEmpty() || messages > 100)
+        return;
+    VirtualRunLoop wire;
+    InMemoryNetwork network(wire);
+    VirtualRunLoop queue;
+    network.mostAtATime = 1 + sent.size() / (1 + static_cast<unsigned char>(bytes.front()) % 32);
+    const auto reader = std::make_shared<MessageReader>();
+    const auto server = std::make_shared<GCDAsyncSocket>(reader, queue, network.machine(u"server"_qs));
+    const auto client = std::make_shared<GCDAsyncSocket>(reader, queue, network.machine(u"client"_qs));
+    QString error;
+    require(server->acceptOnPort(0, &error));
+    require(client->connectToAddress({u"server"_qs, server->localPort()}, &error));
+    client->writeData(sent, 1);
+    for (qsizetype turn = 0; turn < messages + 8; ++turn) {
+        wire.runUntilIdle();
+        queue.runUntilIdle();
+    }
+    require(sent.startsWith(reader->taken) && reader->taken.count("\r\n") == messages);
 }
 
 } // namespace

@@ -57,8 +57,11 @@ class FakeAlerts final : public Alerts {
   public:
     std::vector<Alert> shown;
     int answer = kAlertFirstButtonReturn;
+    Alerts* inFront = nullptr; ///< gets them instead, if set
 
     int runModal(const Alert& alert) override {
+        if (inFront)
+            return inFront->runModal(alert);
         shown.push_back(alert);
         return answer;
     }

@@ -7,6 +7,8 @@
 #include "support/fake_ports.h"
 #include "support/test_session.h"
 
+#include <functional>
+
 #include <gtest/gtest.h>
 
 namespace merlode {
@@ -15,13 +17,15 @@ namespace merlode {
 /// that a test can set the desktop up before.
 class PlayerMachine {
   public:
-    PlayerMachine() {
+    PlayerMachine() : PlayerMachine([this](Session&) -> RemoteLink& { return remote; }) {}
+    /// With a link that is itself a part of the session.
+    explicit PlayerMachine(const std::function<RemoteLink&(Session&)>& link) {
         auto& session = test.session;
         session.installReference<Workspace>(desktop);
         session.installReference<ScriptedPlayers>(desktop);
         session.installReference<UserDefaults>(userDefaults);
         session.installReference<Alerts>(alerts);
-        session.installReference<RemoteLink>(remote);
+        session.installReference<RemoteLink>(link(session));
         session.installReference<SearchLink>(links);
         session.installReference<PlayReports>(links);
         session.installReference<ApplicationDelegate>(links);

@@ -11,7 +11,8 @@ namespace merlode {
 /// A machine with all that takes part in remote actions.
 class RemoteMachine : public PlayerMachine, public ItemLink {
   public:
-    RemoteMachine() {
+    template<class... Link>
+    explicit RemoteMachine(Link... link) : PlayerMachine(std::move(link)...) {
         test.session.installReference<HttpClient>(http);
         test.session.installReference<ItemLink>(*this);
         test.session.installReference<MediaLibrary>(library);

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QString>
+
+namespace merlode {
+
+/// Why services on the local network cannot be announced and found by this process itself, in words for
+/// people; empty where they can be. Any thread; returns at once.
+QString multicastProblem();
+
+} // namespace merlode
