@@ -52,7 +52,8 @@ class LinkCommandsTest : public Neighbourhood {
 };
 
 TEST_F(LinkCommandsTest, ConnectingAnswersWhenItIsDoneOrCannotBe) {
-    EXPECT_EQ(connectTo(u"Den"_qs), "error: No host \"Den\" was found; \"merlodectl hosts\" lists those that were.");
+    EXPECT_EQ(connectTo(u"Den"_qs),
+              "error: No host \"Den\" was found; \"merlodectl hosts\" lists those that were.");
     EXPECT_EQ(connectTo(u"10.0.0.1:9"_qs), "error: The host \"10.0.0.1:9\" does not answer.");
     serve(den);
     EXPECT_EQ(hosts().value(u"hosts"_qs), QStringList{u"Den"_qs});
@@ -72,7 +73,8 @@ TEST_F(LinkCommandsTest, ConnectingAnswersWhenItIsDoneOrCannotBe) {
 }
 
 TEST_F(LinkCommandsTest, ServingIsToldWithItsPortAndRefusedWhereTheNameIsTaken) {
-    EXPECT_TRUE(serveHere(true).starts_with("Everybody on this network can control playback here now, as \"Kitchen\""));
+    EXPECT_TRUE(serveHere(true).starts_with(
+        "Everybody on this network can control playback here now, as \"Kitchen\""));
     EXPECT_EQ(hosts().value(u"hosts"_qs), QStringList()); // not oneself
     EXPECT_EQ(serveHere(false), "");
     EXPECT_TRUE(serveHere(true).starts_with("Everybody")); // though it is listed still
@@ -81,8 +83,9 @@ TEST_F(LinkCommandsTest, ServingIsToldWithItsPortAndRefusedWhereTheNameIsTaken) 
     EXPECT_EQ(serveHere(false), "");
     serve(den);
     kitchen.userDefaults.set(defaults::kHostName, u"Den"_qs);
-    EXPECT_EQ(serveHere(true), // seen by the clash only: within five seconds of its own end it looks past this name
-              "error: Host name in-use: \"Den\" is taken. Choose another name with \"merlodectl name NEW\".");
+    EXPECT_EQ(
+        serveHere(true), // seen by the clash only: within five seconds of its own end it looks past this name
+        "error: Host name in-use: \"Den\" is taken. Choose another name with \"merlodectl name NEW\".");
     EXPECT_FALSE(kitchen.link().isServer());
     advance(6);
     hosts();
@@ -91,7 +94,8 @@ TEST_F(LinkCommandsTest, ServingIsToldWithItsPortAndRefusedWhereTheNameIsTaken) 
     EXPECT_EQ(kitchen.role(), u"alone");
     EXPECT_FALSE(kitchen.userDefaults.boolFor(defaults::kWantServer));
     hosts();
-    EXPECT_EQ(connectTo(u"Den"_qs), "error: Host name in-use: You must change your name to connect to this host.");
+    EXPECT_EQ(connectTo(u"Den"_qs),
+              "error: Host name in-use: You must change your name to connect to this host.");
 }
 
 TEST_F(LinkCommandsTest, NamesAreHeldToWhatTheNetworkAndTheLinkCanCarry) {

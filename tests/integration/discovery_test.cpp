@@ -16,9 +16,10 @@ class DiscoveryTest : public testing::Test {
     using Activity = std::unique_ptr<ServiceDiscovery::Activity>;
 
     Activity publish(ServiceDiscovery& discovery, const QString& name) {
-        return discovery.publish({type, name, 4711}, {.didPublish = [this] { log << u"published"_qs; },
-                                                      .didStop = [this] { log << u"stopped"_qs; },
-                                                      .didNotPublish = [this](const auto& why) { log << why; }});
+        return discovery.publish({type, name, 4711},
+                                 {.didPublish = [this] { log << u"published"_qs; },
+                                  .didStop = [this] { log << u"stopped"_qs; },
+                                  .didNotPublish = [this](const auto& why) { log << why; }});
     }
     /// The names of the first complete batch.
     QStringList look(ServiceDiscovery& discovery) {
@@ -67,8 +68,9 @@ TEST_F(DiscoveryTest, AServiceIsResolvedToItsAddressesOrIsLate) {
     ASSERT_TRUE(logged(u"published"_qs));
     std::vector<SocketAddress> addresses;
     const auto resolve = [&](const QString& name) {
-        return kitchen.resolve(type, name, 2, {.didResolve = [&](const auto& found, quint16) { addresses = found; },
-                                               .didNotResolve = [this](const auto& why) { log << why; }});
+        return kitchen.resolve(type, name, 2,
+                               {.didResolve = [&](const auto& found, quint16) { addresses = found; },
+                                .didNotResolve = [this](const auto& why) { log << why; }});
     };
     const auto asked = resolve(u"Den"_qs);
     EXPECT_TRUE(waitUntil([&] { return !addresses.empty(); }, 5));

@@ -195,7 +195,8 @@ TEST_F(LinkTest, OneMachinePlaysAndAnotherDrivesItThroughALostNetworkAndALostSer
     EXPECT_TRUE(kitchen.comesToShow("title", u"One"_qs));
     EXPECT_TRUE(waitUntil([&] { return kitchenMpd.value("state") == "pause"; }, kPatience));
     EXPECT_EQ(kitchen.ctl("name Pantry").code, 0);
-    EXPECT_EQ(kitchen.shows("role"), u"client of Den"); // its own player, which fell silent, did not take over
+    EXPECT_EQ(kitchen.shows("role"),
+              u"client of Den"); // its own player, which fell silent, did not take over
     EXPECT_EQ(kitchen.ctl("next").code, 0);
     EXPECT_TRUE(kitchen.comesToShow("title", u"Two"_qs));
     EXPECT_EQ(mpd.value("song"), "1");

@@ -7,9 +7,9 @@
 #include "support/fake_ports.h"
 #include "support/test_session.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
+
+#include <gtest/gtest.h>
 
 namespace merlode {
 
