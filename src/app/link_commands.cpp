@@ -1,6 +1,7 @@
 #include "app/link_commands.h"
 
 #include "base/control_interface.h"
+#include "base/notification_names.h"
 #include "base/session.h"
 #include "platform/service_discovery.h"
 #include "platform/user_defaults.h"
@@ -9,6 +10,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <array>
 
 namespace merlode {
 
@@ -63,6 +65,8 @@ struct LinkCommands::Task {
     Done done;
     std::optional<Alert> alert{};
     std::unique_ptr<DivertedAlerts::Diversion> diversion{};
+    std::array<Observation, 2> changes{};
+    bool wasDown = false; ///< the server, or the connection, since the command began
     Timer looking{};
     Timer limit{};
 };
@@ -294,30 +298,38 @@ void LinkCommands::rename(const QString& name, const Done& done) {
     if (!begin(done))
         return;
     // A look around that is under way would swallow the one that the change needs.
-    const auto change = [this, name] {
-        const bool serving = controller_.isServer();
-        const auto host = controller_.clientHostName();
-        controller_.changeHostName(name);
-        if (!serving && !host)
-            return finish(QString());
-        waitFor(
-            [this, serving, host, left = false]() mutable -> std::optional<Answer> {
-                left = left || (serving ? !controller_.isServer() : !controller_.connectedToHost());
-                if (left && serving)
-                    return servingAnswer();
-                return left && controller_.clientHostName() == host ? std::optional<Answer>(QString())
-                                                                    : std::nullopt;
-            },
-            [serving] {
-                return failed(serving
-                                  ? QStringLiteral("The name is changed, but the server did not come back.")
-                                  : QStringLiteral("The name is changed, but the host is gone."));
-            });
-    };
+    const auto change = [this, name] { changeName(name); };
     if (controller_.discoveringHosts() && (controller_.isServer() || controller_.connectedToHost()))
         lookAround(change);
     else
         change();
+}
+
+void LinkCommands::changeName(const QString& name) {
+    const bool serving = controller_.isServer();
+    const auto host = controller_.clientHostName();
+    // The link goes down and comes up again, perhaps at once.
+    const auto note = [this, serving, task = task_.get()](const Notification&) {
+        task->wasDown |= serving ? !controller_.isServer() : !controller_.connectedToHost();
+    };
+    auto& center = session_.notificationCenter();
+    task_->changes = {center.addObserver(notifications::kServerConnectionChanged, note),
+                      center.addObserver(notifications::kSocketServerStateChanged, note)};
+    controller_.changeHostName(name);
+    if (!serving && !host)
+        return finish(QString());
+    waitFor(
+        [this, serving, host]() -> std::optional<Answer> {
+            if (!task_->wasDown)
+                return std::nullopt;
+            if (serving)
+                return servingAnswer();
+            return controller_.clientHostName() == host ? std::optional<Answer>(QString()) : std::nullopt;
+        },
+        [serving] {
+            return failed(serving ? QStringLiteral("The name is changed, but the server did not come back.")
+                                  : QStringLiteral("The name is changed, but the host is gone."));
+        });
 }
 
 } // namespace merlode

@@ -63,6 +63,7 @@ class LinkCommands {
     void finish(const Answer& answer);
     void connectToFound(const QString& name, int looksLeft);
     void connectNow(const QString& name);
+    void changeName(const QString& name);
     void startServing();
     void waitForServer();
     void stopServing();

@@ -147,20 +147,29 @@ void PlayerController::applicationBecameActive(const Notification&) {
     updateVolume();
 }
 
+// A player that was paused because a host took over says so when the connection may be up already: it has not
+// taken over again.
+bool PlayerController::isEchoOfPause(MusicPlayerType type) {
+    const auto player = silenced_.contains(type) ? adapterOf(type) : nullptr;
+    return player && !player->isPlaying();
+}
+
 void PlayerController::stateChanged(Intake source, const Notification& notification) {
+    const auto type = source == Intake::iTunes    ? MusicPlayerType::iTunes
+                      : source == Intake::Spotify ? MusicPlayerType::Spotify
+                                                  : MusicPlayerType::Rdio;
     const auto rememberTrack = [&] {
         if (source == Intake::iTunes && activeIs(MusicPlayerType::iTunes))
             static_cast<iTunesPlayer&>(*activePlayer()).trackChanged(notification);
     };
     rememberTrack();
+    if (activeIs(MusicPlayerType::Remote) && isEchoOfPause(type))
+        return;
     if (activeIs(MusicPlayerType::Remote) && !remoteLink_.connecting()) {
         remoteLink_.connectToSelf();
         setRemotePlayer(nullptr);
         setActivePlayer(nullptr);
     }
-    const auto type = source == Intake::iTunes    ? MusicPlayerType::iTunes
-                      : source == Intake::Spotify ? MusicPlayerType::Spotify
-                                                  : MusicPlayerType::Rdio;
     const auto player = adapterOf(type);
     if (!player)
         return;

@@ -15,6 +15,7 @@
 #include <atomic>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace merlode {
@@ -263,6 +264,7 @@ class PlayerController {
     void registerForNotifications();
     void stateChanged(Intake source, const Notification& notification);
     std::shared_ptr<MusicPlayer> adapterOf(MusicPlayerType type);
+    bool isEchoOfPause(MusicPlayerType type);
     void applyPendingItem(const std::shared_ptr<MusicPlayer>& player);
     /// The service on which `findAndPlay...` plays; nothing where none can.
     std::optional<MusicPlayerType> serviceToPlay(const MusicItem& item);
@@ -349,6 +351,7 @@ class PlayerController {
     Timer playerPositionBroadcastTimer_;
     Timer forceSyncTimer_;
     bool timersKilled_ = false;
+    std::set<MusicPlayerType> silenced_; ///< players that were paused when the active one took over
 
     std::vector<Observation> observations_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); ///< deferred work holds it weakly

@@ -174,9 +174,12 @@ void PlayerController::switchToPlayer(const std::shared_ptr<MusicPlayer>& player
     const auto target = player->type;
     showPlaceholderArt();
     pandoraTimer_.invalidate();
+    silenced_.clear();
     for (const auto type : pausedFor(target)) {
-        if (const auto other = adapterOf(type))
+        if (const auto other = adapterOf(type)) {
             other->pause();
+            silenced_.insert(type);
+        }
     }
     setActivePlayer(adapterOf(target));
 }

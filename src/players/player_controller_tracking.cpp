@@ -168,14 +168,15 @@ void PlayerController::replaceAlbumArt(const Image& image, const QString&, const
 }
 
 void PlayerController::broadcastAlbumArt() {
-    if (remoteLink_.hasClients()) // a picture takes milliseconds to write, for nobody
-        sendAlbumArt(std::nullopt, {});
+    sendAlbumArt(std::nullopt, {});
 }
 
 void PlayerController::sendAlbumArt(std::optional<RemoteLink::ClientId> client, std::function<void()> done) {
     const auto send = [this, client](const QVariantMap& message) {
         remoteLink_.broadcastMessage(RemoteAction::albumArtChanged, message, client);
     };
+    if (!remoteLink_.hasClients()) // a picture takes milliseconds to write, for nobody
+        return done ? done() : void();
     const Image art = currentAlbumArt();
     if (art == sSharedAlbumArtworkImage()) {
         artCourier_.forgetEncoded();

@@ -1,5 +1,7 @@
 #include "players/remote_state.h"
 
+#include <QRegularExpression>
+
 #include <cmath>
 #include <limits>
 
@@ -13,6 +15,12 @@ std::optional<T> typed(const QVariantMap& message, const QString& key) {
     if (found == message.constEnd() || found->typeId() != QMetaType::fromType<T>().id())
         return std::nullopt;
     return found->template value<T>();
+}
+
+std::optional<QString> textOfForm(const QVariantMap& message, const QString& key,
+                                  const QRegularExpression& form) {
+    auto found = typed<QString>(message, key);
+    return found && form.match(*found).hasMatch() ? found : std::nullopt;
 }
 
 bool isNumber(const QVariant& value) {
@@ -48,6 +56,20 @@ std::optional<bool> flag(const QVariantMap& message, const QString& key) {
 
 std::optional<QString> text(const QVariantMap& message, const QString& key) {
     return typed<QString>(message, key);
+}
+
+std::optional<QString> iTunesPlayKey(const QVariantMap& item) {
+    return text(item, QStringLiteral("iTunesPlayKey"));
+}
+
+std::optional<QString> spotifyPlayKey(const QVariantMap& item) {
+    static const QRegularExpression form(QStringLiteral("\\Aspotify(:[A-Za-z0-9_-]{1,64}){2,5}\\z"));
+    return textOfForm(item, QStringLiteral("spotifyPlayKey"), form);
+}
+
+std::optional<QString> rdioPlayKey(const QVariantMap& item) {
+    static const QRegularExpression form(QStringLiteral("\\A[a-z]{1,2}[0-9]{1,18}\\z"));
+    return textOfForm(item, QStringLiteral("rdioPlayKey"), form);
 }
 
 std::optional<QVariantMap> dictionary(const QVariantMap& message, const QString& key) {
@@ -93,15 +115,17 @@ std::optional<TrackState> trackState(const QVariantMap& message) {
     state.trackName = name.value_or(QString());
     state.albumName = album.value_or(QString());
     state.artistName = artist.value_or(QString());
-    state.iTunesPlayKey = text(track, QStringLiteral("iTunesPlayKey"));
-    state.rdioPlayKey = text(track, QStringLiteral("rdioPlayKey"));
-    state.spotifyPlayKey = text(track, QStringLiteral("spotifyPlayKey"));
+    state.iTunesPlayKey = iTunesPlayKey(track);
+    state.rdioPlayKey = rdioPlayKey(track);
+    state.spotifyPlayKey = spotifyPlayKey(track);
     state.source = musicItemSourceTypeFromRawValue(*source);
     state.available = *available;
     state.pandoraStationName = text(message, QStringLiteral("pandoraStationName"));
     state.clientName = text(message, QStringLiteral("ClientName"));
     state.position = position(message);
     state.rating = integer(message, QStringLiteral("iTunesRating"));
+    if (state.rating && (*state.rating < 0 || *state.rating > 100))
+        state.rating.reset();
     return state;
 }
 

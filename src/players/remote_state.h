@@ -41,6 +41,13 @@ struct TrackState {
 std::optional<int> integer(const QVariantMap& message, const QString& key);
 std::optional<bool> flag(const QVariantMap& message, const QString& key);
 std::optional<QString> text(const QVariantMap& message, const QString& key);
+/// The key of a service, in the form of that service's keys. A key ends up with a player program, to which
+/// anything that looks like an address or a path would be one: so it is "spotify:" and a few plain
+/// characters, or for Rdio a letter or two and a number. The library is asked by names, so that its key may
+/// be any text.
+std::optional<QString> iTunesPlayKey(const QVariantMap& item);
+std::optional<QString> spotifyPlayKey(const QVariantMap& item);
+std::optional<QString> rdioPlayKey(const QVariantMap& item);
 std::optional<QVariantMap> dictionary(const QVariantMap& message, const QString& key);
 std::optional<QVariantList> list(const QVariantMap& message, const QString& key);
 

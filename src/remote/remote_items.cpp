@@ -2,7 +2,6 @@
 
 #include "players/remote_state.h"
 
-#include <QRegularExpression>
 #include <QUrl>
 
 #include <array>
@@ -23,46 +22,35 @@ const QString kDiscNumber = QStringLiteral("discNumber");
 
 struct Service {
     MusicItemSourceType service;
-    ItemSourceType source;
-    QString key; ///< in a dictionary
+    std::optional<QString> (*key)(const QVariantMap&);
     void (MusicItem::*set)(std::optional<QString>);
 };
 
-const std::array<Service, 3>& services() {
-    static const std::array known{Service{MusicItemSourceType::iTunes, ItemSourceType::iTunes,
-                                          QStringLiteral("iTunesPlayKey"), &MusicItem::setiTunesPlayKey},
-                                  Service{MusicItemSourceType::Spotify, ItemSourceType::Spotify,
-                                          QStringLiteral("spotifyPlayKey"), &MusicItem::setSpotifyPlayKey},
-                                  Service{MusicItemSourceType::Rdio, ItemSourceType::Rdio,
-                                          QStringLiteral("rdioPlayKey"), &MusicItem::setRdioPlayKey}};
-    return known;
-}
-
-std::optional<QString> playKey(const Service& service, const QVariantMap& dictionary) {
-    auto key = text(dictionary, service.key);
-    return key && isPlayKey(service.service, *key) ? key : std::nullopt;
-}
+constexpr std::array kServices{
+    Service{MusicItemSourceType::iTunes, remotestate::iTunesPlayKey, &MusicItem::setiTunesPlayKey},
+    Service{MusicItemSourceType::Spotify, remotestate::spotifyPlayKey, &MusicItem::setSpotifyPlayKey},
+    Service{MusicItemSourceType::Rdio, remotestate::rdioPlayKey, &MusicItem::setRdioPlayKey}};
 
 // Gives the item its key of the service, if there is one; whether there was.
 bool takeKey(MusicItem* item, const Service& service, const QVariantMap& dictionary) {
-    const auto key = item ? playKey(service, dictionary) : std::nullopt;
+    const auto key = item ? service.key(dictionary) : std::nullopt;
     if (!key)
         return false;
     (item->*service.set)(key);
-    item->insertSource(service.source);
+    item->insertSource(sourceOf(service.service));
     return true;
 }
 
 template<class Item>
 std::shared_ptr<Item> on(MusicItemSourceType source, std::shared_ptr<Item> item,
                          const QVariantMap& dictionary) {
-    const auto* service = std::ranges::find(services(), source, &Service::service);
-    return service != services().end() && takeKey(item.get(), *service, dictionary) ? item : nullptr;
+    const auto* service = std::ranges::find(kServices, source, &Service::service);
+    return service != kServices.end() && takeKey(item.get(), *service, dictionary) ? item : nullptr;
 }
 
 template<class Item>
 std::shared_ptr<Item> withItsKeys(std::shared_ptr<Item> item, const QVariantMap& dictionary) {
-    for (const auto& service : services())
+    for (const auto& service : kServices)
         takeKey(item.get(), service, dictionary);
     return item;
 }
@@ -168,21 +156,6 @@ std::shared_ptr<Album> libraryAlbum(const QVariantMap& dictionary) {
 }
 
 } // namespace
-
-bool isPlayKey(MusicItemSourceType source, const QString& key) {
-    static const QRegularExpression spotify(QStringLiteral("\\Aspotify(:[A-Za-z0-9_-]{1,64}){2,5}\\z"));
-    static const QRegularExpression rdio(QStringLiteral("\\A[a-z]{1,2}[0-9]{1,18}\\z"));
-    switch (source) {
-    case MusicItemSourceType::iTunes:
-        return true;
-    case MusicItemSourceType::Spotify:
-        return spotify.match(key).hasMatch();
-    case MusicItemSourceType::Rdio:
-        return rdio.match(key).hasMatch();
-    default:
-        return false;
-    }
-}
 
 std::shared_ptr<Track> trackOn(MusicItemSourceType source, const QVariantMap& dictionary) {
     return on(source, namedTrack(dictionary), dictionary);

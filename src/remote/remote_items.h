@@ -17,11 +17,6 @@ namespace merlode::remoteitems {
 /// Most items of one list that are taken over; what goes beyond is left out. No machine sends so many.
 inline constexpr std::size_t kMostItems = 2000;
 
-/// Whether a text has the form of the service's keys. A key ends up with a player program, to which anything
-/// that looks like an address or a path would be one: "spotify:" and a few plain characters, or for Rdio a
-/// letter or two and a number. The library is asked by names, so that its key may be any text.
-bool isPlayKey(MusicItemSourceType source, const QString& key);
-
 /// A track with the key of one service (iTunes, Spotify or Rdio), or an album with it.
 std::shared_ptr<Track> trackOn(MusicItemSourceType source, const QVariantMap& dictionary);
 std::shared_ptr<Album> albumOn(MusicItemSourceType source, const QVariantMap& dictionary);

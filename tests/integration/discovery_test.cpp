@@ -16,9 +16,10 @@ class DiscoveryTest : public testing::Test {
     using Activity = std::unique_ptr<ServiceDiscovery::Activity>;
 
     Activity publish(ServiceDiscovery& discovery, const QString& name) {
-        return discovery.publish({type, name, 4711}, {.didPublish = [this] { log << u"published"_qs; },
-                                                      .didStop = [this] { log << u"stopped"_qs; },
-                                                      .didNotPublish = [this](const auto& why) { log << why; }});
+        return discovery.publish({type, name, 4711},
+                                 {.didPublish = [this] { log << u"published"_qs; },
+                                  .didStop = [this] { log << u"stopped"_qs; },
+                                  .didNotPublish = [this](const auto& why) { log << why; }});
     }
     /// The names of the first complete batch.
     QStringList look(ServiceDiscovery& discovery) {
@@ -67,8 +68,9 @@ TEST_F(DiscoveryTest, AServiceIsResolvedToItsAddressesOrIsLate) {
     ASSERT_TRUE(logged(u"published"_qs));
     std::vector<SocketAddress> addresses;
     const auto resolve = [&](const QString& name) {
-        return kitchen.resolve(type, name, 2, {.didResolve = [&](const auto& found, quint16) { addresses = found; },
-                                               .didNotResolve = [this](const auto& why) { log << why; }});
+        return kitchen.resolve(type, name, 2,
+                               {.didResolve = [&](const auto& found, quint16) { addresses = found; },
+                                .didNotResolve = [this](const auto& why) { log << why; }});
     };
     const auto asked = resolve(u"Den"_qs);
     EXPECT_TRUE(waitUntil([&] { return !addresses.empty(); }, 5));
@@ -81,11 +83,8 @@ TEST_F(DiscoveryTest, AServiceIsResolvedToItsAddressesOrIsLate) {
 TEST_F(DiscoveryTest, NamesThatCannotBeAreRefused) {
     const auto first = publish(den, u"Den"_qs);
     ASSERT_TRUE(logged(u"published"_qs));
-    for (auto* machine : {&den, &kitchen}) {
-        log.clear();
-        const auto second = publish(*machine, u"Den"_qs);
-        EXPECT_TRUE(logged(ServiceDiscovery::nameIsTaken()));
-    }
+    const auto second = publish(kitchen, u"Den"_qs);
+    EXPECT_TRUE(logged(ServiceDiscovery::nameIsTaken()));
     const auto tooLong = publish(den, QString(64, u'n'));
     EXPECT_TRUE(logged(u"the name is longer than 63 bytes"_qs));
     log.clear();

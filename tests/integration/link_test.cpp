@@ -32,7 +32,7 @@ Outcome runToEnd(const QStringList& words, const QProcessEnvironment& environmen
     QProcess process;
     process.setProcessEnvironment(environment);
     process.start(words[0], words.mid(1));
-    EXPECT_TRUE(process.waitForFinished(60'000)) << words.join(u' ').toStdString();
+    EXPECT_TRUE(process.waitForFinished(110'000)) << words.join(u' ').toStdString();
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             process.readAllStandardOutput(), process.readAllStandardError()};
 }
@@ -105,6 +105,15 @@ bool insideNamespace() {
 const QStringList kIntoNamespace{u"unshare"_qs, u"--map-current-user"_qs, u"--keep-caps"_qs, u"--net"_qs,
                                  u"--"_qs};
 
+void play(const QStringList& titles, MpdServer& mpd) {
+    for (const auto& title : titles)
+        writeMusicFile({mpd.musicFolder() + u'/' + title + u".flac"_qs, title, u"Album"_qs, {u"Artist"_qs}});
+    ASSERT_TRUE(mpd.start());
+    for (const auto& title : titles)
+        mpd.ask("add \"" + title.toUtf8() + ".flac\"");
+    mpd.ask("play 0");
+}
+
 /// Two machines that a cable joins, each with a network of its own. The tests run in a namespace where they
 /// may lay cables: the program starts itself once more in there.
 class LinkTest : public testing::Test {
@@ -161,15 +170,13 @@ TEST_F(LinkTest, OneMachinePlaysAndAnotherDrivesItThroughALostNetworkAndALostSer
     if (!insideNamespace())
         return;
     MpdServer mpd;
-    for (const auto& title : {u"One"_qs, u"Two"_qs, u"Three"_qs})
-        writeMusicFile({mpd.musicFolder() + u'/' + title + u".flac"_qs, title, u"Album"_qs, {u"Artist"_qs}});
-    ASSERT_TRUE(mpd.start());
-    for (const auto* file : {"One", "Two", "Three"})
-        mpd.ask("add \"" + QByteArray(file) + ".flac\"");
-    mpd.ask("play 0");
+    MpdServer kitchenMpd;
+    play({u"One"_qs, u"Two"_qs, u"Three"_qs}, mpd);
+    play({u"Own"_qs}, kitchenMpd);
     Host den({});
     den.environment.insert(u"MPD_HOST"_qs, mpd.socketPath());
     Host kitchen(enterOther);
+    kitchen.environment.insert(u"MPD_HOST"_qs, kitchenMpd.socketPath());
     den.start();
     kitchen.start();
     ASSERT_TRUE(den.comesToShow("title", u"One"_qs));
@@ -186,6 +193,10 @@ TEST_F(LinkTest, OneMachinePlaysAndAnotherDrivesItThroughALostNetworkAndALostSer
     EXPECT_EQ(kitchen.ctl("connect Den").out, "Connected to Den.\n");
     EXPECT_EQ(kitchen.shows("role"), u"client of Den");
     EXPECT_TRUE(kitchen.comesToShow("title", u"One"_qs));
+    EXPECT_TRUE(waitUntil([&] { return kitchenMpd.value("state") == "pause"; }, kPatience));
+    EXPECT_EQ(kitchen.ctl("name Pantry").code, 0);
+    EXPECT_EQ(kitchen.shows("role"),
+              u"client of Den"); // its own player, which fell silent, did not take over
     EXPECT_EQ(kitchen.ctl("next").code, 0);
     EXPECT_TRUE(kitchen.comesToShow("title", u"Two"_qs));
     EXPECT_EQ(mpd.value("song"), "1");
@@ -206,6 +217,7 @@ TEST_F(LinkTest, OneMachinePlaysAndAnotherDrivesItThroughALostNetworkAndALostSer
     EXPECT_TRUE(kitchen.comesToShow("role", u"local"_qs));
     EXPECT_TRUE(waitUntil([&] { return kitchen.ctl("hosts").out == "no host was found\n"; }, kPatience));
     EXPECT_EQ(kitchen.ctl("disconnect").code, 1);
+    EXPECT_TRUE(kitchen.comesToShow("title", u"Own"_qs));
 }
 
 } // namespace merlode

@@ -87,7 +87,7 @@ TEST_F(FindAndPlayTest, PandoraPlaysStationsInTheNameOfWhoAsked) {
     EXPECT_EQ(activeType(), MusicPlayerType::Pandora);
     EXPECT_EQ(controller().remoteClientName, u"Kitchen"_qs);
     controller().playPandoraItem({u"m1"_qs, u"Radio"_qs}, u"10.0.0.7"_qs, std::nullopt);
-    EXPECT_EQ(controller().remoteClientName, std::nullopt) << "who does not say a name is not the one before";
+    EXPECT_EQ(controller().remoteClientName, std::nullopt) << "who says no name is not the one before";
 }
 
 } // namespace

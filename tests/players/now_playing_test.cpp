@@ -104,29 +104,6 @@ TEST_F(NowPlayingTest, AClientShowsWhatItsServerTells) {
     EXPECT_EQ(*sources, 1);
 }
 
-TEST_F(NowPlayingTest, AServersNonsenseChangesNothing) {
-    becomeClient();
-    controller().remoteStateChange(serverState(u"Song"_qs, u"Spotify"_qs));
-    const auto posts = count(kNewTrackInfoAvailable);
-    auto state = serverState(u"Bad"_qs, u"Spotify"_qs);
-    for (const QString& key : {u"trackDictionary"_qs, u"source"_qs, u"RdioAvailable"_qs}) {
-        auto bad = state;
-        bad[key] = 12;
-        controller().remoteStateChange(bad);
-    }
-    state.remove(u"source"_qs);
-    controller().remoteStateChange(state);
-    for (const QVariant& value : {QVariant(true), QVariant(u"1"_qs), QVariant(1e300), QVariant(qQNaN())}) {
-        controller().remotePlayBackStateChanged({{u"state"_qs, value}});
-        controller().remoteVolumeChanged({{u"volume"_qs, value}});
-        controller().remotePlayerPositionUpdate({{u"trackDuration"_qs, 9}, {u"playerPosition"_qs, value}});
-        controller().remoteAlbumArtChanged({{u"useDefault"_qs, value}});
-    }
-    EXPECT_EQ(*posts, 0);
-    EXPECT_EQ(controller().currentTrack()->name(), u"Song");
-    EXPECT_EQ(controller().currentTrackDuration(), 100);
-}
-
 TEST_F(NowPlayingTest, ArtFromAServerIsDroppedWhenNewerArtHasCome) {
     becomeClient();
     QByteArray png;
@@ -161,20 +138,6 @@ TEST_F(NowPlayingTest, PandoraIsPolledForItsTrackStationAndThumb) {
     EXPECT_EQ(*thumbs, 1);
     EXPECT_EQ(remote.last[RemoteAction::pandoraThumbsUpdated].value(u"thumb"_qs), 2);
     EXPECT_EQ(controller().getiTunesRating(), std::nullopt);
-}
-
-TEST_F(NowPlayingTest, ThumbsAndStarsGoToWhoeverIsInCharge) {
-    becomeClient();
-    controller().setPandoraThumbsDown();
-    controller().setiTunesRating(60);
-    EXPECT_EQ(remote.last[RemoteAction::remoteThumbsPandora].value(u"thumb"_qs), 1);
-    EXPECT_EQ(remote.last[RemoteAction::remoteiTunesRating].value(u"rating"_qs), 60);
-    auto& library = desktop.start(iTunes);
-    library.playing(u"Song"_qs);
-    announce(kITunesPlayerInfo);
-    controller().setiTunesRating(40);
-    EXPECT_EQ(library.stars, 40);
-    EXPECT_EQ(remote.last[RemoteAction::itunesRatingUpdated].value(u"rating"_qs), 40);
 }
 
 TEST_F(NowPlayingTest, ANewTrackIsNotifiedWithWhatItHas) {

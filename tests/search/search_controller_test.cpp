@@ -136,35 +136,26 @@ TEST_F(SearchControllerTest, AClientAsksItsHostAndDoesNotWaitForEver) {
 
 TEST_F(SearchControllerTest, OnlyTheAnswerThatIsWaitedForIsTaken) {
     const auto answer = [&](const QString& term, const QString& name) {
-        search().processRemoteSearchResults(
-            term, {Track::iTunesTrack({.name = name}, u"K"_qs), Track::iTunesTrack({.name = name}, u"L"_qs)},
-            {}, ItemSourceType::iTunes);
-        test.loop.runUntilIdle();
+        const auto found = Track::iTunesTrack({.name = name}, u"K"_qs);
+        search().processRemoteSearchResults(term, {found, found}, {}, ItemSourceType::iTunes);
+        test.loop.advance(30);
         return names(search().searchTracks()).join(u',');
     };
     const auto finished = count(kSearchControllerFinished);
-    EXPECT_EQ(answer(QString(), u"unasked"_qs), QString()) << "nobody has searched for anything";
     search().searchForTerm(u"own"_qs);
     controller().setRemotePlayer(std::make_shared<RemotePlayer>());
-    search().searchForTerm(u"one"_qs);
-    test.loop.runUntilIdle();
-    EXPECT_EQ(*finished, 0) << "the search of its own has been left";
     search().searchForTerm(u"two"_qs);
-    EXPECT_EQ(answer(u"one"_qs, u"stale"_qs), QString());
     EXPECT_EQ(answer(u"two"_qs, u"Two"_qs), u"Two"_qs);
-    EXPECT_EQ(answer(u"two"_qs, u"again"_qs), u"Two"_qs);
-    test.loop.advance(30);
-    EXPECT_EQ(*finished, 1) << "the time-out went with the answer";
+    EXPECT_EQ(*finished, 1) << "neither the search of its own nor the time-out told anything";
     EXPECT_TRUE(http.requests().empty()) << "Spotify is not on offer";
     search().searchForTerm(u"three"_qs);
-    test.loop.advance(20.1);
+    EXPECT_EQ(answer(u"two"_qs, u"stale"_qs), QString());
     EXPECT_EQ(answer(u"three"_qs, u"late"_qs) + answer(QString(), u"late"_qs), QString());
     search().searchForTerm(u"four"_qs);
     controller().setRemotePlayer(nullptr);
     searchFor(u"own"_qs);
     test.loop.advance(30);
     EXPECT_EQ(*finished, 3) << "a search of its own does not end by the host's time";
-    EXPECT_EQ(search().currentSearchTerm(), u"own"_qs);
 }
 
 TEST_F(SearchControllerTest, RdioIsAskedWithATokenThatIsRenewedInTime) {

@@ -56,8 +56,11 @@ class FakeAlerts final : public Alerts {
   public:
     std::vector<Alert> shown;
     int answer = kAlertFirstButtonReturn;
+    Alerts* inFront = nullptr; ///< gets them instead, if set
 
     int runModal(const Alert& alert) override {
+        if (inFront)
+            return inFront->runModal(alert);
         shown.push_back(alert);
         return answer;
     }
@@ -78,6 +81,9 @@ class RecordingRemoteLink final : public RemoteLink {
     std::map<QString, ClientId> clients;            ///< by address
     bool isConnecting = false;
     int connectedToSelf = 0;
+    using Carrier = std::function<void(RemoteAction, const QVariantMap&)>;
+    Carrier toHost = [](auto, const auto&) {};
+    Carrier toClients = toHost;
 
     using RemoteLink::broadcastMessage;
     bool connecting() const override { return isConnecting; }
@@ -85,6 +91,7 @@ class RecordingRemoteLink final : public RemoteLink {
     void connectToSelf() override { ++connectedToSelf; }
     void sendMessageToHost(RemoteAction action, const QVariantMap& payload) override {
         last[action] = payload;
+        toHost(action, payload);
     }
     std::optional<ClientId> getClientSocketFromAddress(const QString& address) const override {
         const auto found = clients.find(address);
@@ -92,21 +99,28 @@ class RecordingRemoteLink final : public RemoteLink {
     }
     void broadcastRemoteSearch(const QVariantMap& results, const QString& address) override {
         answers << std::pair{address, results};
+        toClients(RemoteAction::processSearchResults, results);
     }
     void broadcastRemoteiTunesAlbumKey(const Album& album, const QString& address) override {
         answers << std::pair{address, album.albumToDictionary(true)};
+        toClients(RemoteAction::processRemoteiTunesSearchAlbum,
+                  {{u"albumDictionary"_qs, answers.last().second}});
     }
     void broadcastRemoteiTunesTrackKey(const Track& track, const QString& address) override {
         answers << std::pair{address, track.trackToDictionary()};
+        toClients(RemoteAction::processRemoteiTunesSearchTrack,
+                  {{u"trackDictionary"_qs, answers.last().second}});
     }
     void broadcastAlertToClient(const QString& title, const QString& message,
                                 const QString& address) override {
         alerts << QStringList{title, message, address};
+        toClients(RemoteAction::showAlert, {{u"title"_qs, title}, {u"message"_qs, message}});
     }
     void broadcastMessage(RemoteAction action, const QVariantMap& payload,
                           std::optional<ClientId> client) override {
         log.push_back({action, client});
         last[action] = payload;
+        toClients(action, payload);
     }
 };
 

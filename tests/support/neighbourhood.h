@@ -3,7 +3,7 @@
 #include "remote/socket_controller.h"
 #include "support/in_memory_network.h"
 #include "support/memory_services.h"
-#include "support/wired_machines.h"
+#include "support/remote_machine.h"
 
 namespace merlode {
 

@@ -7,17 +7,17 @@
 #include "support/fake_ports.h"
 #include "support/test_session.h"
 
+#include <functional>
+
 #include <gtest/gtest.h>
 
 namespace merlode {
 
 /// A session with a desktop of fake players around a real `PlayerController`, which is made on first use, so
-/// that a test can set the desktop up before. It is connected by a link of the test's, or by one that
-/// records.
+/// that a test can set the desktop up before.
 class PlayerMachine {
   public:
-    explicit PlayerMachine(RemoteLink* link = nullptr)
-        : PlayerMachine([this, link](Session&) -> RemoteLink& { return link ? *link : remote; }) {}
+    PlayerMachine() : PlayerMachine([this](Session&) -> RemoteLink& { return remote; }) {}
     /// With a link that is itself a part of the session.
     explicit PlayerMachine(const std::function<RemoteLink&(Session&)>& link) {
         auto& session = test.session;
