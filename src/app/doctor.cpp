@@ -154,6 +154,10 @@ Check checkSleep() {
 Check checkOtherMachines(const QString& link) {
     const QString name = QStringLiteral("other machines");
     const QString state = link.isEmpty() ? QString() : link + QStringLiteral("; ");
+    if (!hasMulticastNetwork())
+        return {
+            name, State::Warning, state + QStringLiteral("no network is up"),
+            QStringLiteral("connect this machine to a network; harmless where it plays for itself alone")};
     if (const auto problem = multicastProblem(); problem.isEmpty())
         return {name, State::Ok, state + QStringLiteral("found by multicast DNS"), {}};
     else if (const auto bus = QDBusConnection::systemBus();

@@ -183,6 +183,9 @@ void LinkCommands::connectToFound(const QString& name, int looksLeft) {
 }
 
 void LinkCommands::connectNow(const QString& name) {
+    if (!controller_.connectedToHost())
+        controller_.socketClient().disconnectAlert =
+            false; // of a former connection; who asks here is answered
     controller_.connectToHostName(name);
     const auto giveUp = [this, name] {
         controller_.connectToSelf(); // nothing else ends an attempt that nobody answers
@@ -306,7 +309,7 @@ void LinkCommands::rename(const QString& name, const Done& done) {
 }
 
 void LinkCommands::changeName(const QString& name) {
-    const bool serving = controller_.isServer();
+    const bool serving = controller_.isServer() && defaults_.boolFor(defaults::kControlMac); // and announced
     const auto host = controller_.clientHostName();
     // The link goes down and comes up again, perhaps at once.
     const auto note = [this, serving, task = task_.get()](const Notification&) {

@@ -2,10 +2,14 @@
 
 #include "platform/linux/avahi_daemon_activities.h"
 
+#include <QDBusMetaType>
+
 namespace merlode {
 
 AvahiDiscovery::AvahiDiscovery(RunLoop& loop, QDBusConnection systemBus)
-    : loop_(loop), bus_(std::move(systemBus)), core_(loop) {}
+    : loop_(loop), bus_(std::move(systemBus)), core_(loop) {
+    qDBusRegisterMetaType<QByteArrayList>(); // what the daemon takes with a service
+}
 
 // Asked each time: the other program may have gone, or have come.
 bool AvahiDiscovery::needsDaemon() {

@@ -35,7 +35,9 @@ QString portProblem() {
     return error;
 }
 
-bool hasNetwork() {
+} // namespace
+
+bool hasMulticastNetwork() {
     ifaddrs* raw = nullptr;
     if (getifaddrs(&raw) != 0)
         return false;
@@ -48,12 +50,9 @@ bool hasNetwork() {
     return false;
 }
 
-} // namespace
-
 QString multicastProblem() {
-    if (const auto problem = portProblem(); !problem.isEmpty())
-        return QStringLiteral("port 5353: %1").arg(problem);
-    return hasNetwork() ? QString() : QStringLiteral("no network is up");
+    const auto problem = portProblem();
+    return problem.isEmpty() ? QString() : QStringLiteral("port 5353: %1").arg(problem);
 }
 
 } // namespace merlode

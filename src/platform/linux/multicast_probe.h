@@ -8,4 +8,7 @@ namespace merlode {
 /// people; empty where they can be. Any thread; returns at once.
 QString multicastProblem();
 
+/// Whether there is a network, beside the machine itself, on which anybody could be found.
+bool hasMulticastNetwork();
+
 } // namespace merlode
