@@ -55,6 +55,7 @@ TEST_F(SocketThreadTest, AThousandConnectionsOfEitherFamilyLeaveNothingBehind) {
 }
 
 TEST_F(SocketThreadTest, WithoutDescriptorsPeersWaitAndAreAcceptedLater) {
+    const auto first = connect(); // the sanitizers want descriptors for what they have not seen before
     rlimit usual{};
     getrlimit(RLIMIT_NOFILE, &usual);
     const rlimit tight{static_cast<rlim_t>(descriptors()) + 8, usual.rlim_max};
@@ -65,9 +66,9 @@ TEST_F(SocketThreadTest, WithoutDescriptorsPeersWaitAndAreAcceptedLater) {
     taken.resize(taken.size() - 2); // one is left, for the client
     const auto client = make(world.network);
     EXPECT_TRUE(begin(client) && until([&] { return client->isConnected(); }));
-    EXPECT_TRUE(recorder->accepted.empty());
+    EXPECT_EQ(recorder->accepted.size(), 1U);
     setrlimit(RLIMIT_NOFILE, &usual);
-    EXPECT_TRUE(until([&] { return !recorder->accepted.empty(); }));
+    EXPECT_TRUE(until([&] { return recorder->accepted.size() == 2; }));
 }
 
 } // namespace
