@@ -27,7 +27,7 @@ QString described(const std::variant<Command, UsageError>& parsed) {
         text += u' ' + command.role + u' ' + command.program;
     if (command.row)
         text += QStringLiteral(" %1").arg(*command.row);
-    for (const auto& operand : {command.service, command.term, command.action})
+    for (const auto& operand : {command.service, command.term, command.action, command.host})
         text += operand.isEmpty() ? QString() : u' ' + operand;
     if (command.limit)
         text += QStringLiteral(" %1").arg(*command.limit);
@@ -105,6 +105,10 @@ TEST(CommandLine, PlayersAndHelp) {
            {"library burn", "!library cancel"},
            {"library use", "!library use FOLDER"},
            {"library rescan now", "!library cancel"},
+           {"serve off", "serve off"},
+           {"serve maybe", "!'serve on' or 'serve off'"},
+           {"connect Living Room", "connect Living Room"},
+           {"name", "!a name is needed"},
            {"players use tape mpd", "!unknown role 'tape'"},
            {"players use local", "!players use ROLE PROGRAM"},
            {"-h", "help"},

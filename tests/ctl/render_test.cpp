@@ -32,6 +32,15 @@ TEST(Render, ASearchIsATableWithWhatFailedBelow) {
         QStringLiteral("scanning /m: 3 of 9 files, 2 songs so far\n"));
 }
 
+TEST(Render, HostsAreListedWithTheOneThatIsConnected) {
+    EXPECT_EQ(hostsText(object(R"({"hosts":["Den","A\u001b"],"connected":"Den"})")),
+              QStringLiteral("* Den\n  A\uFFFD\n"));
+    EXPECT_EQ(hostsText(object(R"({"hosts":[],"connected":"10.0.0.1:80"})")),
+              QStringLiteral("* 10.0.0.1:80\n"));
+    EXPECT_EQ(hostsText(object(R"({"problem":"port 5353"})")),
+              QStringLiteral("no host was found\nhosts cannot be found here: port 5353\n"));
+}
+
 TEST(Render, StatusLeavesOutWhatIsAbsent) {
     const auto full = object(R"({"state":"playing","player":"iTunes","program":"mpd","title":"Kite\nString",
                                  "position":5,"duration":185,"volume":40,"muted":true})");

@@ -13,9 +13,9 @@ class NeighbourMachine : public RemoteMachine {
     NeighbourMachine(InMemoryNetwork& network, MemoryServices& services, const QString& address,
                      const QString& name)
         : RemoteMachine([](Session&) -> RemoteLink& { return SocketController::sharedController(); }),
-          discovery(services, test.loop, address) {
+          discovery(static_cast<MemoryDiscovery&>(test.session.install<ServiceDiscovery>(
+              std::make_unique<MemoryDiscovery>(services, test.loop, address)))) {
         test.session.installReference<StreamNetwork>(network.machine(address));
-        test.session.installReference<ServiceDiscovery>(discovery);
         userDefaults.set(defaults::kHostName, name);
         userDefaults.set(defaults::kControlMac, false);
     }
@@ -39,7 +39,7 @@ class NeighbourMachine : public RemoteMachine {
                                          : u"alone"_qs;
     }
 
-    MemoryDiscovery discovery;
+    MemoryDiscovery& discovery;
 };
 
 /// Two machines side by side, "Den" and "Kitchen", whose clocks go together.
