@@ -15,6 +15,7 @@
 #include "app/music_folders.h"
 #include "app/role_assignment.h"
 #include "app/search_rows.h"
+#include "app/service_switches.h"
 #include "app/socket_hosts.h"
 #include "app/spotify_sign_in.h"
 #include "app/status.h"
@@ -317,6 +318,8 @@ void Application::serveBus() {
                 [&parts, songs, done] { done(libraryState(parts.session, *parts.folders, songs)); });
         });
     };
+    actions.services = [&parts] { return enabledServices(parts.session.port<UserDefaults>()); };
+    actions.enableService = enableService;
     actions.useMusicFolders = [this](const QStringList& folders) { return useMusicFolders(folders); };
     parts.link = std::make_unique<LinkCommands>(parts.session, *parts.alerts);
     actions.hosts = [&parts](auto done) { parts.link->hosts(std::move(done)); };

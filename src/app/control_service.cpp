@@ -283,6 +283,18 @@ QString ControlService::Rename(const QString& name) {
     return {};
 }
 
+QVariantMap ControlService::Services() {
+    answer([this] { return QVariant::fromValue(actions_.services()); });
+    return {};
+}
+
+void ControlService::EnableService(const QString& service, bool enabled) {
+    answer([this, service, enabled]() -> QVariant {
+        const auto error = actions_.enableService(service, enabled);
+        return error ? QVariant::fromValue(*error) : QVariant();
+    });
+}
+
 void ControlService::UseMusicFolders(const QStringList& folders) {
     answer([this, folders]() -> QVariant {
         const auto error = actions_.useMusicFolders(folders);

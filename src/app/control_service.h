@@ -45,6 +45,9 @@ struct ControlActions {
     std::function<void(const QStringList& words, AnswerLater done)> spotify;
     /// Looks for music in these folders from now on; the reason where that makes no sense.
     std::function<std::optional<ControlError>(const QStringList& folders)> useMusicFolders;
+    /// The services by name, each with whether it is switched on; and the switch.
+    std::function<QVariantMap()> services;
+    std::function<std::optional<ControlError>(const QString& service, bool enabled)> enableService;
     /// The link to other machines; see `LinkCommands`.
     std::function<void(std::function<void(const QVariantMap&)> done)> hosts;
     std::function<void(const QString& name, AnswerLater done)> connectToHost;
@@ -85,6 +88,8 @@ class ControlService final : public QObject, protected QDBusContext {
     QList<QVariantMap> Doctor();
     QString Search(const QString& term);
     QVariantMap Library(const QString& action);
+    QVariantMap Services();
+    void EnableService(const QString& service, bool enabled);
     void UseMusicFolders(const QStringList& folders);
     QString PlayRow(uint row, const QString& service);
     QString Spotify(const QString& action, const QString& clientID, const QString& secret);

@@ -198,6 +198,27 @@ QString readSpotifyOperands(const QStringList& operands, Command& command) {
     return {};
 }
 
+bool isService(const QString& name) {
+    const auto all = services();
+    return std::ranges::find(all, name) != all.end();
+}
+
+QString unknownService(const QString& name) {
+    return QStringLiteral("unknown service '%1'; there are library, spotify, rdio, pandora").arg(name);
+}
+
+QString readServicesOperands(const QStringList& operands, Command& command) {
+    if (operands.isEmpty())
+        return {};
+    if (operands.size() != 2 || (operands[1] != QStringLiteral("on") && operands[1] != QStringLiteral("off")))
+        return QStringLiteral("write 'services' or 'services SERVICE on|off'");
+    if (command.json)
+        return QStringLiteral("switching a service prints nothing and takes no --json");
+    command.service = operands[0];
+    command.action = operands[1];
+    return isService(command.service) ? QString() : unknownService(command.service);
+}
+
 QString readPlayersOperands(const QStringList& operands, Command& command) {
     if (operands.isEmpty())
         return {};
@@ -250,6 +271,8 @@ QString readOperands(const QStringList& operands, Command& command) {
         return readSearchOperands(operands, command);
     case Word::Library:
         return readLibraryOperands(operands, command);
+    case Word::Services:
+        return readServicesOperands(operands, command);
     case Word::Spotify:
         return readSpotifyOperands(operands, command);
     case Word::Players:
@@ -279,10 +302,8 @@ QString readValues(const Sorted& sorted, Command& command) {
             return QStringLiteral("'%1' is no number of rows; write 1 or more").arg(limit->second);
     }
     if (const auto on = sorted.values.find(kOn); on != sorted.values.end()) {
-        const auto all = services();
-        if (std::ranges::find(all, on->second) == all.end())
-            return QStringLiteral("unknown service '%1'; there are library, spotify, rdio, pandora")
-                .arg(on->second);
+        if (!isService(on->second))
+            return unknownService(on->second);
         command.service = on->second;
     }
     return {};

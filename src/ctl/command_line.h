@@ -28,15 +28,15 @@ struct Command {
     std::optional<Amount> amount; ///< of seek, and of volume unless it is only to be printed
     std::optional<uint> row;      ///< of play
     Wish wish;                    ///< of play: what to look for and play instead of a row
-    QString service;              ///< of play: on which service, empty for any
+    QString service;              ///< of play: on which service, empty for any; of services
     QString term;                 ///< of search
     std::optional<int> limit;     ///< of search: rows of each kind
-    QString action;      ///< of library: "rescan", "cancel", "use", or empty; of serve: "on" or "off"
-    QStringList folders; ///< of "library use": absolute paths, none for the desktop's own
-    QString clientID;    ///< of "spotify login"
-    QString host;        ///< of connect and name
-    QString role;        ///< of "players use", otherwise empty
-    QString program;     ///< of "players use"
+    QString action; ///< of library: "rescan", "cancel", "use", or empty; of serve and services: "on" or "off"
+    QStringList folders;           ///< of "library use": absolute paths, none for the desktop's own
+    QString clientID;              ///< of "spotify login"
+    QString host;                  ///< of connect and name
+    QString role;                  ///< of "players use", otherwise empty
+    QString program;               ///< of "players use"
     std::optional<Word> helpTopic; ///< of help
 };
 

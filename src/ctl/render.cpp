@@ -201,6 +201,15 @@ QString hostsText(const QJsonObject& hosts) {
     return result;
 }
 
+QString servicesText(const QJsonObject& services) {
+    QString result;
+    for (auto entry = services.begin(); entry != services.end(); ++entry)
+        result += QStringLiteral("%1  %2\n")
+                      .arg(entry.key(), -7)
+                      .arg(entry.value().toBool() ? QStringLiteral("on") : QStringLiteral("off"));
+    return result;
+}
+
 QString libraryText(const QJsonObject& library) {
     const auto state = text(library, "state");
     const auto number = [&](const char* key) {

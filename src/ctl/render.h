@@ -32,6 +32,9 @@ QString searchText(const QJsonObject& found);
 /// The hosts that were found, one a line; a star marks the one that is connected.
 QString hostsText(const QJsonObject& hosts);
 
+/// A line for each service: its name, and whether it is on.
+QString servicesText(const QJsonObject& services);
+
 /// The state of the music library on one line.
 QString libraryText(const QJsonObject& library);
 

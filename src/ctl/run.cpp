@@ -110,6 +110,20 @@ int library(const Program& program, const Command& command) {
     return kDone;
 }
 
+int switchService(const Program& program, const Command& command) {
+    if (!command.service.isEmpty())
+        return report(
+            program.call("EnableService", {command.service, command.action == QStringLiteral("on")}));
+    const auto reply = program.call("Services", {}, "a{sv}");
+    if (!reply)
+        return report(reply);
+    if (command.json)
+        printOut(jsonLine(reply.object()));
+    else
+        printOut(servicesText(reply.object()));
+    return kDone;
+}
+
 int spotify(const Program& program, const Command& command) {
     QString secret;
     if (!command.clientID.isEmpty()) {
@@ -190,6 +204,8 @@ int runOnProgram(const Program& program, const Command& command) {
         return search(program, command);
     case Word::Library:
         return library(program, command);
+    case Word::Services:
+        return switchService(program, command);
     case Word::Spotify:
         return spotify(program, command);
     case Word::Players:

@@ -48,6 +48,11 @@ constexpr std::array kWords{
         "With rescan they are looked through for what has changed; cancel ends that. With use the music\n"
         "is looked for in these folders from now on, with \"use auto\" in the desktop's own.\n"_l1},
     WordEntry{
+        Word::Services, "services"_l1, "[SERVICE on|off]"_l1, kJson, 2, nullptr,
+        "list the services, or switch one on or off"_l1,
+        "SERVICE is library, spotify, rdio or pandora. One that is off is not searched, nor offered to\n"
+        "other machines.\n"_l1},
+    WordEntry{
         Word::Spotify, "spotify"_l1, "[login ID|logout]"_l1, 0, 2, nullptr,
         "sign in to Spotify's catalogue, or tell whether that is done"_l1,
         "ID is that of a client of your own, registered at Spotify's page for developers. Its secret is\n"

@@ -21,6 +21,7 @@ enum class Word {
     Mute,
     Search,
     Library,
+    Services,
     Spotify,
     Players,
     Hosts,

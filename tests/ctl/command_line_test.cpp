@@ -103,6 +103,8 @@ TEST(CommandLine, PlayersAndHelp) {
            {"search", "!something to look for"},
            {"library rescan", "library rescan"},
            {"library burn", "!library cancel"},
+           {"services pandora", "!on|off"},
+           {"services moon on", "!unknown service 'moon'"},
            {"library use", "!library use FOLDER"},
            {"library rescan now", "!library cancel"},
            {"serve off", "serve off"},
