@@ -30,12 +30,12 @@ class Walk {
   private:
     /// Where the markup that begins here ends; nothing where that cannot be told.
     std::optional<qsizetype> endOfMarkup(qsizetype at) {
-        const auto rest = xml_.sliced(at);
-        if (rest.startsWith("<!--"))
+        const auto rest = xml_.sliced(at + 1);
+        if (rest.startsWith('!') && rest.startsWith("!--"))
             return after("-->", at + 4);
-        if (rest.startsWith("<![CDATA["))
+        if (rest.startsWith('!') && rest.startsWith("![CDATA["))
             return after("]]>", at + 9);
-        if (rest.startsWith("<?"))
+        if (rest.startsWith('?'))
             return after("?>", at + 2);
         const auto end = after(">", at);
         if (!end)

@@ -81,7 +81,7 @@ class GCDAsyncSocket final : public std::enable_shared_from_this<GCDAsyncSocket>
     /// `socketDidDisconnect` follows. On any other nothing happens.
     void disconnect();
 
-    /// Says that nobody will read again: bytes are left where they are, and the socket ends as soon as its
+    /// Says that nobody will read again: what comes stays in the kernel, and the socket ends as soon as its
     /// peer hangs up. Without that a peer that left something unread behind would never be missed.
     void abandonReading();
 

@@ -37,28 +37,30 @@ void SocketServer::start() {
 }
 
 void SocketServer::publish() {
-    const std::weak_ptr<SocketConnection> weak = weak_from_this();
-    const auto tell = [weak, this](void (SocketServerDelegate::*what)(const ServiceDiscovery::Service&)) {
-        return [weak, this, what] {
-            const auto self = weak.lock();
-            const auto delegate = self ? serverDelegate.lock() : nullptr;
-            if (delegate)
-                (*delegate.*what)(ServiceDiscovery::Service(service_)); // a copy: it may drop this server
-        };
-    };
     hostBroadcast_ = session().port<ServiceDiscovery>().publish(
-        service_, {.didPublish = tell(&SocketServerDelegate::netServiceDidPublish),
-                   .didStop = tell(&SocketServerDelegate::netServiceDidStop),
-                   .didNotPublish = [this](const QString& reason) {
+        service_, {.didPublish = telling(&SocketServerDelegate::netServiceDidPublish),
+                   .didStop = telling(&SocketServerDelegate::netServiceDidStop),
+                   .didNotPublish = [](const QString& reason) {
                        qCWarning(log).noquote() << "the server is not announced:" << reason;
-                       announcementProblem_ = reason;
                    }});
+}
+
+std::function<void()>
+SocketServer::telling(void (SocketServerDelegate::*what)(const ServiceDiscovery::Service&)) {
+    return [weak = weak_from_this(), this, what] {
+        const auto self = weak.lock();
+        const auto delegate = self ? serverDelegate.lock() : nullptr;
+        if (delegate)
+            (*delegate.*what)(ServiceDiscovery::Service(service_)); // a copy: it may drop this server
+    };
 }
 
 void SocketServer::stop() {
     stopped_ = true;
     if (hostBroadcast_)
         hostBroadcast_->stop();
+    else // it could not listen; whoever waits for the end must not wait for ever
+        session().runLoop().async(telling(&SocketServerDelegate::netServiceDidStop));
     for (const auto& socket : connectedSockets_)
         socket->disconnect();
     server_->disconnect();

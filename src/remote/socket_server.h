@@ -40,7 +40,7 @@ class SocketServer final : public SocketConnection {
     /// Listens on a free port and announces it under the "Host Name" of the settings. `netServiceDidPublish`
     /// follows; after a failure nothing does.
     void start();
-    /// Ends the announcement, which `netServiceDidStop` confirms, all connections and the listening.
+    /// Ends the announcement, all connections and the listening. `netServiceDidStop` follows in any case.
     void stop();
 
     /// Sends the action to one client, or to all. Nothing happens without clients, or when the one has gone.
@@ -65,6 +65,8 @@ class SocketServer final : public SocketConnection {
     using SocketConnection::SocketConnection;
 
     void publish();
+    /// What tells the delegate, if both it and this server are still there.
+    std::function<void()> telling(void (SocketServerDelegate::*what)(const ServiceDiscovery::Service&));
     void sendToAddress(RemoteAction action, const QVariantMap& payload, const QString& address);
 
     SocketPtr server_;

@@ -62,7 +62,8 @@ class SocketContract : public testing::Test {
         auto socket = make(world.client);
         const auto before = recorder->accepted.size();
         EXPECT_TRUE(begin(socket) && until([&] {
-                        return recorder->accepted.size() > before && recorder->connected.back() == socket;
+                        return recorder->accepted.size() > before &&
+                               std::ranges::count(recorder->connected, socket) == 1;
                     }));
         return socket;
     }

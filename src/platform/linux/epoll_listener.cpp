@@ -65,7 +65,7 @@ struct EpollListener::Shared {
 
     void rest(int reason) {
         if (!std::exchange(short_, true))
-            qCWarning(log) << "connections wait to be accepted:" << errorText(reason);
+            qCWarning(log, "connections wait to be accepted: %s", qPrintable(errorText(reason)));
         const itimerspec when{{}, {0, kPauseNanoseconds}};
         ::timerfd_settime(pause.get(), 0, &when, nullptr);
         if (const auto held = thread.lock())

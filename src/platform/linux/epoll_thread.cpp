@@ -70,7 +70,7 @@ std::shared_ptr<const EpollThread::Ready> EpollThread::find(Id id) {
 }
 
 void EpollThread::run() {
-    std::array<epoll_event, kEventsAtATime> events;
+    std::array<epoll_event, kEventsAtATime> events{};
     while (true) {
         const int count = ::epoll_wait(epoll_.get(), events.data(), kEventsAtATime, -1);
         if (count < 0 && errno != EINTR)
