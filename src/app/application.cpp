@@ -7,12 +7,16 @@
 #include "app/demo.h"
 #include "app/doctor.h"
 #include "app/item_services.h"
+#include "app/library_files.h"
 #include "app/link_commands.h"
+#include "app/local_library.h"
 #include "app/modules.h"
 #include "app/mpris_service.h"
+#include "app/music_folders.h"
 #include "app/role_assignment.h"
 #include "app/search_rows.h"
 #include "app/socket_hosts.h"
+#include "app/spotify_sign_in.h"
 #include "app/status.h"
 #include "app/status_publisher.h"
 #include "base/control_interface.h"
@@ -22,6 +26,7 @@
 #include "base/session.h"
 #include "model/remote_link.h"
 #include "model/service_hosts.h"
+#include "model/signing_http_client.h"
 #include "platform/linux/epoll_network.h"
 #include "platform/linux/freedesktop_notification_center.h"
 #include "platform/linux/log_alerts.h"
@@ -78,13 +83,31 @@ QString stateText(MediaLibrary::State state) {
     return QStringLiteral("unreachable");
 }
 
-QVariantMap libraryState(Session& session, LibrarySongs::Place songs) {
+QVariantMap libraryState(Session& session, const MusicFolders& folders, LibrarySongs::Place songs) {
     const auto progress = session.port<MediaLibrary>().progress();
+    const auto place = session.port<MediaLibrary>().place();
     return {{QStringLiteral("state"), stateText(progress.state)},
-            {QStringLiteral("folder"), musicFolder(session.port<UserDefaults>())},
+            {QStringLiteral("folder"),
+             place == folders.root() ? folders.folders().join(QStringLiteral(", ")) : place},
             {QStringLiteral("songs"), songs},
             {QStringLiteral("filesSeen"), progress.filesSeen},
             {QStringLiteral("filesTotal"), progress.filesTotal}};
+}
+
+void spotifyAction(SpotifySignIn& signIn, const QStringList& words,
+                   std::function<void(const std::variant<QString, ControlError>&)> done) {
+    const auto answer = [done = std::move(done)](const SpotifySignIn::Outcome& outcome) {
+        if (outcome.done)
+            done(outcome.message);
+        else
+            done(ControlError{QString::fromLatin1(control::kErrorInvalidArgument), outcome.message});
+    };
+    if (words[0] == u"login")
+        signIn.login(words[1], words[2], answer);
+    else if (words[0] == u"logout")
+        signIn.logout(answer);
+    else
+        answer({true, signIn.state().message});
 }
 
 class Controllers final : public ControllersLink {
@@ -124,13 +147,16 @@ struct Application::Parts {
     SessionScope scope{&session};
     PlayerRoles* roles = nullptr;
     ItemServices* items = nullptr;
+    LocalLibrary* library = nullptr;
     DivertedAlerts* alerts = nullptr;
+    std::unique_ptr<MusicFolders> folders;
     std::unique_ptr<RoleAssignment> assignment;
     std::unique_ptr<AppDelegate> delegate;
     std::unique_ptr<SleepMonitor> sleepMonitor;
     std::unique_ptr<ArtFile> artFile;
     std::unique_ptr<StatusPublisher> publisher;
     std::unique_ptr<SearchRows> searchRows;
+    std::unique_ptr<SpotifySignIn> spotify;
     std::unique_ptr<LinkCommands> link;
     std::unique_ptr<ControlService> control;
     std::unique_ptr<MprisService> mpris;
@@ -179,12 +205,21 @@ void Application::findPlayers() {
         configureDemo(parts_->session.port<UserDefaults>(), options_.demoFolder,
                       modules::startDemoServices(parts_->demoServices));
     ServiceHosts::sharedController(); // reads the settings, which other threads may not
+    parts_->spotify->restore();
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QString runtime = privateRuntimeFolder(options_);
+    parts_->folders = std::make_unique<MusicFolders>(parts_->session.port<UserDefaults>(),
+                                                     data + QStringLiteral("/merlode/music"));
+    parts_->folders->join();
     parts_->assignment = std::make_unique<RoleAssignment>(
         parts_->session, *parts_->roles, parts_->bus,
         RoleAssignment::Options{options_.demo, data + QStringLiteral("/merlode/mpd"),
-                                runtime.isEmpty() ? runtime : runtime + QStringLiteral("/mpd")});
+                                runtime.isEmpty() ? runtime : runtime + QStringLiteral("/mpd"),
+                                [this] { return parts_->folders->root(); },
+                                [this](const LibraryQuery& query) {
+                                    auto& library = parts_->session.port<MediaLibrary>();
+                                    return filesOf(query, *parts_->items->iTunesSongs(), library);
+                                }});
     parts_->assignment->assignAll();
     parts_->roles->settle();
 }
@@ -199,7 +234,10 @@ void Application::installPorts() {
     const auto report = [](const QString& message) { qCWarning(log).noquote() << message; };
     session.install<UserDefaults>(std::make_unique<PlistUserDefaults>(
         configFolder() + QStringLiteral("/Preferences.plist"), session.runLoop(), report));
-    session.install<HttpClient>(std::make_unique<LazyHttpClient>(session));
+    auto http = std::make_unique<SigningHttpClient>(session, std::make_unique<LazyHttpClient>(session));
+    parts_->spotify = std::make_unique<SpotifySignIn>(session, *http);
+    session.install<HttpClient>(std::move(http));
+    session.install<SecretStore>(std::make_unique<LazySecretStore>(session.runLoop()));
     session.install<StreamNetwork>(std::make_unique<EpollNetwork>());
     session.install<UserNotificationCenter>(std::make_unique<FreedesktopNotificationCenter>(
         parts_->bus, session.runLoop(), session.queue(kNotificationQueue)));
@@ -249,8 +287,7 @@ void Application::serveBus() {
         return error;
     };
     actions.doctor = [this, &parts](std::function<void(QList<QVariantMap>)> done) {
-        const DoctorFacts facts{configFolder(), options_.resourceFolder,
-                                musicFolder(parts.session.port<UserDefaults>()),
+        const DoctorFacts facts{configFolder(), options_.resourceFolder, parts.folders->folders(),
                                 linkRole(SocketController::sharedController())};
         parts.session.queue(kDoctorQueue)
             .async([&loop = parts.session.runLoop(), facts, done = std::move(done)] {
@@ -265,17 +302,22 @@ void Application::serveBus() {
     actions.search = [&parts](const QString& term, auto done) {
         parts.searchRows->search(term, std::move(done));
     };
+    actions.spotify = [&parts](const QStringList& words, auto done) {
+        spotifyAction(*parts.spotify, words, std::move(done));
+    };
     actions.playRow = [&parts](uint row, const QString& service) {
         return parts.searchRows->play(row, service);
     };
     actions.libraryState = [&parts](const QString& action,
                                     const std::function<void(const QVariantMap&)>& done) {
         libraryAction(action);
-        parts.session.queue(kLibraryQueue).async([&session = parts.session, items = parts.items, done] {
-            const auto songs = items->iTunesSongs()->size();
-            session.runLoop().async([&session, songs, done] { done(libraryState(session, songs)); });
+        parts.session.queue(kLibraryQueue).async([&parts, done] {
+            const auto songs = parts.items->iTunesSongs()->size();
+            parts.session.runLoop().async(
+                [&parts, songs, done] { done(libraryState(parts.session, *parts.folders, songs)); });
         });
     };
+    actions.useMusicFolders = [this](const QStringList& folders) { return useMusicFolders(folders); };
     parts.link = std::make_unique<LinkCommands>(parts.session, *parts.alerts);
     actions.hosts = [&parts](auto done) { parts.link->hosts(std::move(done)); };
     actions.connectToHost = [&parts](const QString& name, const auto& done) {
@@ -295,8 +337,22 @@ void Application::serveBus() {
         qCWarning(log) << "media keys will not work: the MPRIS name is taken";
 }
 
+std::optional<ControlError> Application::useMusicFolders(const QStringList& folders) {
+    if (options_.demo)
+        return ControlError{QString::fromLatin1(control::kErrorInvalidArgument),
+                            QStringLiteral("The demo plays its own library only.")};
+    auto error = parts_->folders->use(folders);
+    if (error)
+        return error;
+    parts_->assignment->musicFolderChanged();
+    rolesChanged();
+    parts_->library->startScan();
+    return std::nullopt;
+}
+
 // Somebody who puts a player into a role wants to see it, if it plays and nothing else does.
 void Application::rolesChanged() {
+    parts_->library->follow(parts_->assignment->userMpd());
     parts_->roles->settle();
     auto& controller = PlayerController::sharedController();
     controller.checkProcessID();
@@ -318,7 +374,10 @@ void Application::keepSomebodyInCharge() {
     };
     adopt();
     parts.launches = parts.session.workspaceCenter().addObserver(
-        notifications::kWorkspaceDidLaunchApplication, [adopt](const auto&) { adopt(); });
+        notifications::kWorkspaceDidLaunchApplication, [&parts, adopt](const auto&) {
+            parts.library->playerCameUp();
+            adopt();
+        });
     // Whoever leaves a host is back with the players of this machine.
     parts.connections = parts.session.notificationCenter().addObserver(
         notifications::kServerConnectionChanged, [&parts, adopt](const auto&) {
@@ -334,11 +393,15 @@ void Application::keepSomebodyInCharge() {
 // many files.
 void Application::startLibrary() {
     auto& session = parts_->session;
-    auto library =
-        modules::makeMediaLibrary(session, [&session] { return musicFolder(session.port<UserDefaults>()); });
-    auto& port =
-        session.install<MediaLibrary>(library ? std::move(library) : std::make_unique<NullMediaLibrary>());
-    session.runLoop().asyncAfter(kScanDelay, [&port] { port.startScan(); });
+    const auto make = [this, &session](const std::optional<MpdAddress>& mpd) {
+        auto made = mpd ? modules::makeMpdMediaLibrary(session, *mpd)
+                        : modules::makeMediaLibrary(session, [this] { return parts_->folders->root(); });
+        return made ? std::move(made) : std::make_unique<NullMediaLibrary>();
+    };
+    auto library = std::make_unique<LocalLibrary>(session, make, parts_->assignment->userMpd());
+    parts_->library = library.get();
+    session.install<MediaLibrary>(std::move(library));
+    session.runLoop().asyncAfter(kScanDelay, [this] { parts_->library->startScan(); });
 }
 
 void Application::terminate() {

@@ -1,12 +1,15 @@
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 #include <memory>
+#include <optional>
 
 class QCoreApplication;
 
 namespace merlode {
+
+struct ControlError;
 
 /// How the program was started.
 struct ApplicationOptions {
@@ -43,6 +46,7 @@ class Application {
     void installLinks();
     void serveBus();
     void keepSomebodyInCharge();
+    std::optional<ControlError> useMusicFolders(const QStringList& folders);
     void rolesChanged();
     void findPlayers();
     void startLibrary();

@@ -246,6 +246,13 @@ QString ControlService::Search(const QString& term) {
     return {};
 }
 
+QString ControlService::Spotify(const QString& action, const QString& clientID, const QString& secret) {
+    answerLater([this, words = QStringList{action, clientID, secret}](const AnswerLater& done) {
+        actions_.spotify(words, done);
+    });
+    return {};
+}
+
 QVariantMap ControlService::Library(const QString& action) {
     describeLater([this, action](const auto& done) { actions_.libraryState(action, done); });
     return {};
@@ -274,6 +281,13 @@ QString ControlService::Serve(bool on) {
 QString ControlService::Rename(const QString& name) {
     answerLater([this, name](const AnswerLater& done) { actions_.rename(name, done); });
     return {};
+}
+
+void ControlService::UseMusicFolders(const QStringList& folders) {
+    answer([this, folders]() -> QVariant {
+        const auto error = actions_.useMusicFolders(folders);
+        return error ? QVariant::fromValue(*error) : QVariant();
+    });
 }
 
 QString ControlService::PlayRow(uint row, const QString& service) {

@@ -41,6 +41,10 @@ struct ControlActions {
     std::function<std::variant<QString, ControlError>(uint row, const QString& service)> playRow;
     /// Begins or cancels a scan of the library, or neither, and calls back with its state.
     std::function<void(const QString& action, std::function<void(const QVariantMap&)> done)> libraryState;
+    /// Signs in to Spotify's catalogue or out of it, or neither, and calls back with a message for people.
+    std::function<void(const QStringList& words, AnswerLater done)> spotify;
+    /// Looks for music in these folders from now on; the reason where that makes no sense.
+    std::function<std::optional<ControlError>(const QStringList& folders)> useMusicFolders;
     /// The link to other machines; see `LinkCommands`.
     std::function<void(std::function<void(const QVariantMap&)> done)> hosts;
     std::function<void(const QString& name, AnswerLater done)> connectToHost;
@@ -81,7 +85,9 @@ class ControlService final : public QObject, protected QDBusContext {
     QList<QVariantMap> Doctor();
     QString Search(const QString& term);
     QVariantMap Library(const QString& action);
+    void UseMusicFolders(const QStringList& folders);
     QString PlayRow(uint row, const QString& service);
+    QString Spotify(const QString& action, const QString& clientID, const QString& secret);
     QVariantMap Hosts();
     QString Connect(const QString& host);
     QString Disconnect();

@@ -48,7 +48,7 @@ std::optional<QString> makeDemoHome() {
 
 void configureDemo(UserDefaults& userDefaults, const QString& demoFolder, const QString& servicesAddress) {
     userDefaults.set(defaults::kLocalPlayerKind, QStringLiteral("private"));
-    userDefaults.set(defaults::kMusicFolder, musicFolderOf(demoFolder));
+    userDefaults.set(defaults::kMusicFolders, QVariantList{musicFolderOf(demoFolder)});
     ServiceHosts::setAll(userDefaults, servicesAddress.isEmpty() ? kNobodysAddress : servicesAddress);
 }
 

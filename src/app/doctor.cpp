@@ -101,12 +101,14 @@ Check checkSound() {
             QStringLiteral("connect a sound device, or start PipeWire or PulseAudio")};
 }
 
-Check checkMusicFolder(const QString& folder) {
+Check checkMusicFolders(const QStringList& folders) {
     const QString name = QStringLiteral("music folder");
-    if (QFileInfo(folder).isDir() && QFileInfo(folder).isReadable())
-        return {name, State::Ok, folder, {}};
-    return {name, State::Warning, QStringLiteral("%1 is not there").arg(folder),
-            QStringLiteral("create it, or put your music there")};
+    for (const auto& folder : folders) {
+        if (!QFileInfo(folder).isDir() || !QFileInfo(folder).isReadable())
+            return {name, State::Warning, QStringLiteral("%1 is not there").arg(folder),
+                    QStringLiteral("create it, or write \"merlodectl library use FOLDER...\"")};
+    }
+    return {name, State::Ok, folders.join(QStringLiteral(", ")), {}};
 }
 
 bool activatable(const QDBusConnection& bus, const QString& service) {
@@ -202,7 +204,7 @@ QList<Check> runDoctor(const DoctorFacts& facts) {
                     QStringLiteral("make XDG_RUNTIME_DIR, or /tmp, writable")),
         checkMpdProgram(),
         checkUserMpd(*executor),
-        checkMusicFolder(facts.musicFolder),
+        checkMusicFolders(facts.musicFolders),
         checkSound(),
         checkPlayers(bus),
         checkNotifications(bus),

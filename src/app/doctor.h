@@ -20,7 +20,7 @@ struct Check {
 struct DoctorFacts {
     QString configFolder;
     QString resourceFolder;
-    QString musicFolder;
+    QStringList musicFolders;
     QString link{}; ///< what the link to other machines does; empty where no program runs
 };
 

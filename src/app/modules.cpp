@@ -19,6 +19,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "merlode.app", QtWarningMsg)
 
+const QString kMissingPart = QStringLiteral("the part of the program that asks the keychain is missing");
 const QString kWebQueue = QStringLiteral("co.vantry.Merlode.Web");
 
 // Known without a QCoreApplication, which one of the modules makes.
@@ -36,6 +37,11 @@ Function* find(const QString& module, const char* symbol) {
     if (!function)
         qCWarning(log).noquote() << "a part of the program is missing:" << library.errorString();
     return reinterpret_cast<Function*>(function);
+}
+
+QByteArray libraryCacheFile() {
+    return QFile::encodeName(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+                             QStringLiteral("/merlode/library.sqlite"));
 }
 
 } // namespace
@@ -74,10 +80,21 @@ std::optional<QByteArray> embeddedPicture(const QByteArray& path) {
 std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::function<QString()>& folder) {
     const auto make = find<MediaLibrary*(Session*, const QByteArray*, const std::function<QString()>*)>(
         QStringLiteral("merlode-library"), "merlodeMakeMediaLibrary");
-    const auto cacheFile =
-        QFile::encodeName(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-                          QStringLiteral("/merlode/library.sqlite"));
-    return std::unique_ptr<MediaLibrary>(make ? make(&session, &cacheFile, &folder) : nullptr);
+    const auto cache = libraryCacheFile();
+    return std::unique_ptr<MediaLibrary>(make ? make(&session, &cache, &folder) : nullptr);
+}
+
+std::unique_ptr<MediaLibrary> makeMpdMediaLibrary(Session& session, const MpdAddress& address) {
+    const auto make = find<MediaLibrary*(Session*, const QByteArray*, const MpdAddress*)>(
+        QStringLiteral("merlode-library"), "merlodeMakeMpdMediaLibrary");
+    const auto cache = libraryCacheFile();
+    return std::unique_ptr<MediaLibrary>(make ? make(&session, &cache, &address) : nullptr);
+}
+
+std::unique_ptr<SecretStore> makeSecretStore(RunLoop& loop) {
+    const auto make =
+        find<SecretStore*(RunLoop*)>(QStringLiteral("merlode-keychain"), "merlodeMakeSecretStore");
+    return std::unique_ptr<SecretStore>(make ? make(&loop) : nullptr);
 }
 
 std::unique_ptr<ServiceDiscovery> makeServiceDiscovery(RunLoop& loop) {
@@ -127,6 +144,31 @@ void LazyHttpClient::sendAsync(HttpRequest request, std::function<void(Reply)> d
             return loaded->sendAsync(std::move(request), std::move(done));
         session_.runLoop().async([done = std::move(done)] { done(std::nullopt); });
     });
+}
+
+SecretStore* LazySecretStore::store() {
+    if (!std::exchange(loaded_, true))
+        store_ = modules::makeSecretStore(loop_);
+    return store_.get();
+}
+
+void LazySecretStore::read(const QString& account, std::function<void(const Secret&)> done) {
+    if (auto* loaded = store())
+        return loaded->read(account, std::move(done));
+    loop_.async([done = std::move(done)] { done({.problem = kMissingPart}); });
+}
+
+void LazySecretStore::write(const QString& account, const QString& secret,
+                            std::function<void(const QString&)> done) {
+    if (auto* loaded = store())
+        return loaded->write(account, secret, std::move(done));
+    loop_.async([done = std::move(done)] { done(kMissingPart); });
+}
+
+void LazySecretStore::remove(const QString& account, std::function<void(const QString&)> done) {
+    if (auto* loaded = store())
+        return loaded->remove(account, std::move(done));
+    loop_.async([done = std::move(done)] { done(kMissingPart); });
 }
 
 // Discovery.

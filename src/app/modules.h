@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/http_client.h"
+#include "platform/secret_store.h"
 #include "platform/service_discovery.h"
 
 #include <QString>
@@ -16,6 +17,7 @@ namespace merlode {
 
 class Alerts;
 class MediaLibrary;
+struct MpdAddress;
 class RunLoop;
 class Session;
 
@@ -44,6 +46,12 @@ std::optional<QByteArray> embeddedPicture(const QByteArray& path);
 /// module's loading holds up for some milliseconds. Null where the module is missing.
 std::unique_ptr<MediaLibrary> makeMediaLibrary(Session& session, const std::function<QString()>& folder);
 
+/// The same for the music in the database of the MPD at this address.
+std::unique_ptr<MediaLibrary> makeMpdMediaLibrary(Session& session, const MpdAddress& address);
+
+/// The desktop's keychain. Main thread. Null where the module is missing.
+std::unique_ptr<SecretStore> makeSecretStore(RunLoop& loop);
+
 /// Services on the local network. Main thread. Null where the module is missing.
 std::unique_ptr<ServiceDiscovery> makeServiceDiscovery(RunLoop& loop);
 
@@ -71,6 +79,24 @@ class LazyHttpClient final : public HttpClient {
     Session& session_;
     std::once_flag loaded_;
     std::unique_ptr<HttpClient> client_;
+};
+
+/// The keychain, loaded with the first question to it. Main thread.
+class LazySecretStore final : public SecretStore {
+  public:
+    explicit LazySecretStore(RunLoop& loop) : loop_(loop) {}
+
+    void read(const QString& account, std::function<void(const Secret&)> done) override;
+    void write(const QString& account, const QString& secret,
+               std::function<void(const QString&)> done) override;
+    void remove(const QString& account, std::function<void(const QString&)> done) override;
+
+  private:
+    SecretStore* store();
+
+    RunLoop& loop_;
+    bool loaded_ = false;
+    std::unique_ptr<SecretStore> store_;
 };
 
 /// Discovery on the local network, by a part of the program that is loaded with the first use. Main thread,

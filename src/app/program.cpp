@@ -96,7 +96,7 @@ void configureLogging() {
 
 int printDoctor() {
     const auto music = QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
-    const auto checks = runDoctor({configFolder(), resourceFolder(), music});
+    const auto checks = runDoctor({configFolder(), resourceFolder(), {music}});
     QJsonArray answer;
     bool missing = false;
     for (const auto& check : doctorAnswer(checks))

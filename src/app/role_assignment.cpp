@@ -33,11 +33,6 @@ QStringList desktopIdsOf(const QString& name) {
 
 } // namespace
 
-QString musicFolder(const UserDefaults& userDefaults) {
-    const QString folder = userDefaults.valueFor(defaults::kMusicFolder).value_or(QString());
-    return folder.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::MusicLocation) : folder;
-}
-
 RoleAssignment::RoleAssignment(Session& session, PlayerRoles& roles, QDBusConnection bus, Options options)
     : session_(session),
       roles_(roles),
@@ -76,9 +71,11 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() {
     facts.userMpdRuns = running.has_value();
     const auto kind = chooseLocalPlayer(facts);
     localIsPrivate_ = kind == LocalPlayerKind::Private;
+    userMpd_.reset();
     switch (kind) {
     case LocalPlayerKind::UserMpd:
-        return std::make_unique<MpdProgram>(running.value_or(addresses.front()), session_);
+        userMpd_ = running.value_or(addresses.front());
+        return std::make_unique<MpdProgram>(*userMpd_, session_);
     case LocalPlayerKind::Desktop:
         return makeMpris(facts.desktopName);
     case LocalPlayerKind::Private:
@@ -89,7 +86,7 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() {
 
 std::unique_ptr<PlayerProgram> RoleAssignment::makePrivateMpd() const {
     return std::make_unique<MpdProgram>(PrivateMpdOptions{options_.privateMpdState,
-                                                          options_.privateMpdRuntime, musicFolder(defaults_),
+                                                          options_.privateMpdRuntime, options_.musicFolder(),
                                                           std::nullopt},
                                         session_);
 }
@@ -101,6 +98,7 @@ std::unique_ptr<PlayerProgram> RoleAssignment::makeMpris(const QString& name) co
     program.player.http = &session_.port<HttpClient>();
     program.player.artQueue = &session_.queue(kArtQueue);
     program.player.embeddedPicture = modules::embeddedPicture;
+    program.player.filesFor = options_.filesFor;
     program.player.playlistFolder = runtimeFolder() + QStringLiteral("/merlode");
     return std::make_unique<MprisProgram>(bus_, session_.runLoop(), std::move(program));
 }
@@ -156,6 +154,11 @@ std::optional<ControlError> RoleAssignment::useLocal(const QString& program) {
     }
     roles_.assign(PlayerRole::Local, makeLocal());
     return std::nullopt;
+}
+
+void RoleAssignment::musicFolderChanged() {
+    if (localIsPrivate_)
+        roles_.assign(PlayerRole::Local, makePrivateMpd());
 }
 
 void RoleAssignment::launchPrivateMpd() {

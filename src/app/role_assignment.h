@@ -2,6 +2,7 @@
 
 #include "app/control_service.h"
 #include "base/session.h"
+#include "platform/linux/mpd_address.h"
 #include "platform/linux/player_roles.h"
 
 #include <QDBusConnection>
@@ -25,6 +26,10 @@ class RoleAssignment {
         bool localOnly = false;    ///< leaves the two other roles empty, as the demo does
         QString privateMpdState;   ///< where the private mpd keeps its database
         QString privateMpdRuntime; ///< where the private mpd has its socket
+        /// The folder whose music the private mpd plays.
+        std::function<QString()> musicFolder = {};
+        /// The library's files for a desktop player in the local role, see `MprisPlayerOptions`.
+        std::function<QByteArrayList(const LibraryQuery&)> filesFor = {};
     };
 
     RoleAssignment(Session& session, PlayerRoles& roles, QDBusConnection bus, Options options);
@@ -37,8 +42,14 @@ class RoleAssignment {
     /// where that makes no sense.
     std::optional<ControlError> use(const QString& role, const QString& program);
 
+    /// The music lies elsewhere now: a private mpd is replaced by one for that.
+    void musicFolderChanged();
+
     /// Starts the private mpd, where the local role is left to one.
     void launchPrivateMpd();
+
+    /// The MPD of the user's that plays the local role; nothing where something else does.
+    const std::optional<MpdAddress>& userMpd() const { return userMpd_; }
 
     /// The MPRIS players on the bus that stand in no role.
     QStringList otherPlayers() const;
@@ -58,9 +69,7 @@ class RoleAssignment {
     QDBusConnection bus_;
     Options options_;
     bool localIsPrivate_ = false;
+    std::optional<MpdAddress> userMpd_;
 };
-
-/// The folder whose music the private mpd plays: the setting, else the desktop's music folder.
-QString musicFolder(const UserDefaults& userDefaults);
 
 } // namespace merlode

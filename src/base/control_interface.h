@@ -21,6 +21,8 @@
 /// | Search | s: what to look for | s: JSON, see below; answers when all services have |
 /// | PlayRow | u: a row of the last search, s: "library", "spotify", "rdio", "pandora", or empty for the one that suits best | s: a message for people, empty when it plays already |
 /// | Library | s: "rescan", "cancel", or empty | a{sv}: "state" ("not scanned yet", "scanning", "up to date", "cancelled", "unreachable"), "folder", "songs", "filesSeen", "filesTotal" |
+/// | UseMusicFolders | as: absolute paths, none for the desktop's own | |
+/// | Spotify | s: "login", "logout" or empty, s: client id, s: secret, both for "login" only | s: a message for people about the sign-in to Spotify's catalogue |
 /// | Hosts | | a{sv}: "role" as in a status, "name" (of this machine), "hosts" (as: names of the servers on the network), "connected" (name of the own server, if any), "problem" (why none can be found, if so); answers when others have had time to |
 /// | Connect | s: the name of a host, or HOST:PORT | s: a message for people; answers when connected |
 /// | Disconnect | | s: a message for people, may be empty |

@@ -48,6 +48,9 @@ inline constexpr DefaultsKey<QString> kLastFMUserName{"LastFMUserName"};
 /// The password is in the keychain.
 inline constexpr DefaultsKey<QString> kPandoraUserName{"Pandora User Name"};
 
+/// The id that the user has registered with Spotify; the secret is in the keychain.
+inline constexpr DefaultsKey<QString> kSpotifyClientID{"Spotify Client ID"};
+
 // Which program stands behind each role on this desktop.
 
 /// "auto", "mpd", "desktop" or "private": see `PlayerRoles`.
@@ -58,12 +61,14 @@ inline constexpr DefaultsKey<QString> kLocalPlayerName{"Local Player Name"};
 inline constexpr DefaultsKey<QString> kSpotifyPlayerName{"Spotify Player Name"};
 /// MPRIS name, without its prefix, of the third desktop player; empty for none.
 inline constexpr DefaultsKey<QString> kRdioPlayerName{"Rdio Player Name"};
-/// The folder whose music the private player plays; empty for the desktop's music folder.
-inline constexpr DefaultsKey<QString> kMusicFolder{"Music Folder"};
+/// The folders in which the user's music lies, as texts; the desktop's music folder where there is none.
+inline constexpr DefaultsKey<QVariantList> kMusicFolders{"Music Folders"};
 
 // Where the web services are: base addresses, "https://api.spotify.com". See `ServiceHosts`.
 
 inline constexpr DefaultsKey<QString> kSpotifyAPIAddress{"Spotify API Address"};
+/// Where tokens for the one above are had.
+inline constexpr DefaultsKey<QString> kSpotifyAccountsAddress{"Spotify Accounts Address"};
 inline constexpr DefaultsKey<QString> kITunesSearchAddress{"iTunes Search Address"};
 /// The store's lists of new and of popular albums.
 inline constexpr DefaultsKey<QString> kITunesStoreAddress{"iTunes Store Address"};

@@ -1,5 +1,6 @@
 #include "ctl/command_line.h"
 
+#include <QDir>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -135,8 +136,14 @@ std::optional<int> readCount(const QString& text) {
 }
 
 QString readPlayOperand(const QStringList& operands, Command& command) {
+    if (!command.wish.isEmpty() && command.wish.term().isEmpty())
+        return QStringLiteral("--artist goes with --track or --album");
     if (operands.isEmpty())
-        return command.service.isEmpty() ? QString() : QStringLiteral("--on goes with a row");
+        return command.service.isEmpty() || !command.wish.isEmpty()
+                   ? QString()
+                   : QStringLiteral("--on goes with a row, --track or --album");
+    if (!command.wish.isEmpty())
+        return QStringLiteral("write a row or what to look for, not both");
     const auto row = readCount(operands[0]);
     if (!row)
         return QStringLiteral("'%1' is no row; write the number that 'merlodectl search' shows")
@@ -150,12 +157,44 @@ QString readSearchOperands(const QStringList& operands, Command& command) {
     return command.term.isEmpty() ? QStringLiteral("search needs something to look for") : QString();
 }
 
-QString readLibraryOperand(const QStringList& operands, Command& command) {
+/// Absolute paths; "auto" stands for none.
+QString readFolders(const QStringList& folders, Command& command) {
+    if (command.json)
+        return QStringLiteral("'library use' prints nothing and takes no --json");
+    if (folders.isEmpty())
+        return QStringLiteral("write 'library use FOLDER...', or 'library use auto' for the desktop's own");
+    if (folders == QStringList(QStringLiteral("auto")))
+        return {};
+    for (const auto& folder : folders)
+        command.folders << QDir(folder).absolutePath();
+    return {};
+}
+
+QString readLibraryOperands(const QStringList& operands, Command& command) {
     if (operands.isEmpty())
         return {};
-    if (operands[0] != QStringLiteral("rescan") && operands[0] != QStringLiteral("cancel"))
-        return QStringLiteral("write 'library', 'library rescan' or 'library cancel'");
     command.action = operands[0];
+    if (command.action == QStringLiteral("use"))
+        return readFolders(operands.mid(1), command);
+    if (command.action == QStringLiteral("status"))
+        command.action.clear();
+    const bool known = command.action.isEmpty() || command.action == QStringLiteral("rescan") ||
+                       command.action == QStringLiteral("cancel");
+    if (!known || operands.size() > 1)
+        return QStringLiteral(
+            "write 'library', 'library rescan', 'library cancel' or 'library use FOLDER...'");
+    return {};
+}
+
+QString readSpotifyOperands(const QStringList& operands, Command& command) {
+    if (operands.isEmpty())
+        return {};
+    const bool login = operands[0] == QStringLiteral("login") && operands.size() == 2;
+    const bool logout = operands[0] == QStringLiteral("logout") && operands.size() == 1;
+    if (!login && !logout)
+        return QStringLiteral("write 'spotify', 'spotify login ID' or 'spotify logout'");
+    command.action = operands[0];
+    command.clientID = login ? operands[1] : QString();
     return {};
 }
 
@@ -210,7 +249,9 @@ QString readOperands(const QStringList& operands, Command& command) {
     case Word::Search:
         return readSearchOperands(operands, command);
     case Word::Library:
-        return readLibraryOperand(operands, command);
+        return readLibraryOperands(operands, command);
+    case Word::Spotify:
+        return readSpotifyOperands(operands, command);
     case Word::Players:
         return readPlayersOperands(operands, command);
     case Word::Serve:
@@ -225,8 +266,13 @@ QString readOperands(const QStringList& operands, Command& command) {
     }
 }
 
-/// The values of --limit and --on.
+/// The values of the options that have one, but for --format.
 QString readValues(const Sorted& sorted, Command& command) {
+    const auto text = [&sorted](Option option) {
+        const auto found = sorted.values.find(option);
+        return found == sorted.values.end() ? QString() : found->second.trimmed();
+    };
+    command.wish = {text(kTrack), text(kArtist), text(kAlbum)};
     if (const auto limit = sorted.values.find(kLimit); limit != sorted.values.end()) {
         command.limit = readCount(limit->second);
         if (!command.limit)

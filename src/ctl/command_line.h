@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ctl/format_template.h"
+#include "ctl/wish.h"
 #include "ctl/words.h"
 
 #include <optional>
@@ -24,15 +25,18 @@ struct Command {
     bool follow = false;
     bool wait = false;
     std::optional<FormatTemplate> format;
-    std::optional<Amount> amount;  ///< of seek, and of volume unless it is only to be printed
-    std::optional<uint> row;       ///< of play
-    QString service;               ///< of play: on which service, empty for any
-    QString term;                  ///< of search
-    std::optional<int> limit;      ///< of search: rows of each kind
-    QString action;                ///< of library: "rescan", "cancel", or empty; of serve: "on" or "off"
-    QString host;                  ///< of connect and name
-    QString role;                  ///< of "players use", otherwise empty
-    QString program;               ///< of "players use"
+    std::optional<Amount> amount; ///< of seek, and of volume unless it is only to be printed
+    std::optional<uint> row;      ///< of play
+    Wish wish;                    ///< of play: what to look for and play instead of a row
+    QString service;              ///< of play: on which service, empty for any
+    QString term;                 ///< of search
+    std::optional<int> limit;     ///< of search: rows of each kind
+    QString action;      ///< of library: "rescan", "cancel", "use", or empty; of serve: "on" or "off"
+    QStringList folders; ///< of "library use": absolute paths, none for the desktop's own
+    QString clientID;    ///< of "spotify login"
+    QString host;        ///< of connect and name
+    QString role;        ///< of "players use", otherwise empty
+    QString program;     ///< of "players use"
     std::optional<Word> helpTopic; ///< of help
 };
 
@@ -40,8 +44,7 @@ struct UsageError {
     QString message;
 };
 
-/// Reads the arguments behind the program's name. Options may stand anywhere up to a "--"; an argument such
-/// as
+/// Reads the arguments behind the program's name. Options may stand anywhere up to a "--"; an argument like
 /// "-5" is an operand.
 std::variant<Command, UsageError> parseCommandLine(const QStringList& arguments);
 

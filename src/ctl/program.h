@@ -40,6 +40,8 @@ class Program {
     /// But a search, which waits for the slowest of the services.
     static constexpr int kSearchMilliseconds = 120'000;
 
+    /// And signing in, for which somebody may have to unlock the keychain.
+    static constexpr int kSignInMilliseconds = 100'000;
     /// And the link, where a machine may take its time to be found and to answer.
     static constexpr int kLinkMilliseconds = 45'000;
 

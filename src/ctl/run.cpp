@@ -8,6 +8,7 @@
 #include "ctl/plain_text.h"
 #include "ctl/program.h"
 #include "ctl/render.h"
+#include "ctl/secret_prompt.h"
 
 #include <QJsonDocument>
 
@@ -97,6 +98,8 @@ int search(const Program& program, const Command& command) {
 }
 
 int library(const Program& program, const Command& command) {
+    if (command.action == QStringLiteral("use"))
+        return report(program.call("UseMusicFolders", {command.folders}));
     const auto reply = program.call("Library", {command.action}, "a{sv}");
     if (!reply)
         return report(reply);
@@ -107,15 +110,43 @@ int library(const Program& program, const Command& command) {
     return kDone;
 }
 
-int play(const Program& program, const Command& command) {
-    if (!command.row)
-        return report(program.call("Play"));
-    const auto reply = program.call("PlayRow", {*command.row, command.service}, "s");
+int spotify(const Program& program, const Command& command) {
+    QString secret;
+    if (!command.clientID.isEmpty()) {
+        const auto typed = readSecret(QStringLiteral("Client secret: "));
+        if (!typed)
+            return report({kFailed, QStringLiteral("no secret was given"), {}});
+        secret = *typed;
+    }
+    const auto reply = program.call("Spotify", {command.action, command.clientID, secret}, "s",
+                                    Program::kSignInMilliseconds);
+    if (!reply)
+        return report(reply);
+    printOut(reply.value.toString() + u'\n');
+    return kDone;
+}
+
+int playRow(const Program& program, uint row, const QString& service) {
+    const auto reply = program.call("PlayRow", {row, service}, "s");
     if (!reply)
         return report(reply);
     if (const auto message = reply.value.toString(); !message.isEmpty())
         printOut(message + u'\n');
     return kDone;
+}
+
+int play(const Program& program, const Command& command) {
+    if (command.row)
+        return playRow(program, *command.row, command.service);
+    if (command.wish.isEmpty())
+        return report(program.call("Play"));
+    const auto reply = program.call("Search", {command.wish.term()}, "s", Program::kSearchMilliseconds);
+    if (!reply)
+        return report(reply);
+    const auto found = QJsonDocument::fromJson(reply.value.toString().toUtf8()).object();
+    if (const auto row = rowOf(command.wish, found, command.service))
+        return playRow(program, *row, command.service);
+    return report({kFailed, QStringLiteral("there is no %1").arg(command.wish.text()), {}});
 }
 
 int hosts(const Program& program, const Command& command) {
@@ -159,6 +190,8 @@ int runOnProgram(const Program& program, const Command& command) {
         return search(program, command);
     case Word::Library:
         return library(program, command);
+    case Word::Spotify:
+        return spotify(program, command);
     case Word::Players:
         return players(program, command);
     case Word::Hosts:

@@ -25,9 +25,10 @@ constexpr std::array kWords{
     WordEntry{Word::PlayPause, "play-pause"_l1, ""_l1, 0, 0, "PlayPause", "pause, or go on playing"_l1,
               ""_l1},
     WordEntry{
-        Word::Play, "play"_l1, "[ROW]"_l1, kOn, 1, nullptr,
+        Word::Play, "play"_l1, "[ROW]"_l1, kTrack | kArtist | kAlbum | kOn, 1, nullptr,
         "go on playing, or play a row of the last search"_l1,
-        "SERVICE is library, spotify, rdio or pandora; without --on the row plays where it suits best.\n"_l1},
+        "Instead of a row a track or an album can be named: it is searched for, and the best match plays.\n"
+        "SERVICE is library, spotify, rdio or pandora; without --on it plays where it suits best.\n"_l1},
     WordEntry{Word::Pause, "pause"_l1, ""_l1, 0, 0, "Pause", "pause"_l1, ""_l1},
     WordEntry{Word::Next, "next"_l1, ""_l1, 0, 0, "Next", "go to the next track"_l1, ""_l1},
     WordEntry{Word::Previous, "previous"_l1, ""_l1, 0, 0, "Previous", "go to the previous track"_l1, ""_l1},
@@ -41,9 +42,16 @@ constexpr std::array kWords{
     WordEntry{Word::Search, "search"_l1, "TERM..."_l1, kJson | kLimit, kManyOperands, nullptr,
               "search the library and all services"_l1,
               "Each row has a number for \"merlodectl play\", good until the next search.\n"_l1},
-    WordEntry{Word::Library, "library"_l1, "[rescan|cancel]"_l1, kJson, 1, nullptr,
-              "tell what is known of the music folder, or look through it"_l1,
-              "With rescan the folder is looked through for what has changed; cancel ends that.\n"_l1},
+    WordEntry{
+        Word::Library, "library"_l1, "[rescan|cancel|use FOLDER...]"_l1, kJson, 100, nullptr,
+        "tell what is known of the music folders, or look through them"_l1,
+        "With rescan they are looked through for what has changed; cancel ends that. With use the music\n"
+        "is looked for in these folders from now on, with \"use auto\" in the desktop's own.\n"_l1},
+    WordEntry{
+        Word::Spotify, "spotify"_l1, "[login ID|logout]"_l1, 0, 2, nullptr,
+        "sign in to Spotify's catalogue, or tell whether that is done"_l1,
+        "ID is that of a client of your own, registered at Spotify's page for developers. Its secret is\n"
+        "asked for, or read from a line of standard input, and kept in the desktop's keychain.\n"_l1},
     WordEntry{Word::Players, "players"_l1, "[use ROLE PROGRAM]"_l1, kJson, 3, nullptr,
               "list the players, or choose the program of a role"_l1,
               "ROLE is local, spotify or rdio. PROGRAM is auto, mpd, private, none or the MPRIS name of a\n"
@@ -77,6 +85,9 @@ constexpr std::array kOptions{
     OptionEntry{kFormat, "--format"_l1, "TEMPLATE"_l1, "print TEMPLATE with its {fields} filled in"_l1},
     OptionEntry{kLimit, "--limit"_l1, "N"_l1, "print at most N rows of each kind"_l1},
     OptionEntry{kOn, "--on"_l1, "SERVICE"_l1, "play on this service"_l1},
+    OptionEntry{kTrack, "--track"_l1, "TITLE"_l1, "search for this track and play it"_l1},
+    OptionEntry{kArtist, "--artist"_l1, "NAME"_l1, "only one by this artist"_l1},
+    OptionEntry{kAlbum, "--album"_l1, "TITLE"_l1, "only one on this album; alone: play this album"_l1},
     OptionEntry{kHelp, "--help"_l1, ""_l1, "explain merlodectl or the word"_l1},
     OptionEntry{kVersion, "--version"_l1, ""_l1, "print the version"_l1},
 };

@@ -21,6 +21,7 @@ enum class Word {
     Mute,
     Search,
     Library,
+    Spotify,
     Players,
     Hosts,
     Connect,
@@ -44,6 +45,9 @@ enum Option : unsigned {
     kVersion = 32,
     kLimit = 64,
     kOn = 128,
+    kTrack = 256,
+    kArtist = 512,
+    kAlbum = 1024,
 };
 
 struct WordEntry {

@@ -21,8 +21,9 @@ struct Host {
 
 // In the order of WebService. "Defaults.plist" says the same, for whoever looks for the settings there; these
 // are for a setting that makes no sense.
-constexpr std::array<Host, 7> kHosts = {{
+constexpr std::array<Host, 8> kHosts = {{
     {defaults::kSpotifyAPIAddress, "https://api.spotify.com"},
+    {defaults::kSpotifyAccountsAddress, "https://accounts.spotify.com"},
     {defaults::kITunesSearchAddress, "https://itunes.apple.com"},
     {defaults::kITunesStoreAddress, "https://itunes.apple.com"},
     {defaults::kLastFMAPIAddress, "https://ws.audioscrobbler.com"},

@@ -9,7 +9,16 @@ namespace merlode {
 class UserDefaults;
 
 /// The web services that the program asks, by the hosts that they answer on.
-enum class WebService { SpotifyAPI, iTunesSearch, iTunesStore, LastFMAPI, LastFMWeb, Rdio, Pandora };
+enum class WebService {
+    SpotifyAPI,
+    SpotifyAccounts,
+    iTunesSearch,
+    iTunesStore,
+    LastFMAPI,
+    LastFMWeb,
+    Rdio,
+    Pandora
+};
 
 /// Where the web services are: the public hosts, unless a setting names another, for people who run mirrors
 /// and for the demo, which asks nobody. Read once.
@@ -30,7 +39,7 @@ class ServiceHosts {
     static void setAll(UserDefaults& userDefaults, const QString& address);
 
   private:
-    std::array<QString, 7> addresses_;
+    std::array<QString, 8> addresses_;
 };
 
 } // namespace merlode

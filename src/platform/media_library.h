@@ -62,6 +62,9 @@ class MediaLibrary {
 
     /// Main thread.
     virtual Progress progress() const = 0;
+
+    /// Where the music lies, for people: a folder, or a server. Main thread.
+    virtual QString place() const = 0;
 };
 
 } // namespace merlode

@@ -14,6 +14,7 @@ class NullMediaLibrary final : public MediaLibrary {
     void startScan() override {}
     void cancelScan() override {}
     Progress progress() const override { return {}; }
+    QString place() const override { return {}; }
 };
 
 } // namespace merlode

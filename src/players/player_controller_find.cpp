@@ -20,12 +20,12 @@ namespace merlode {
 namespace {
 
 struct Service {
-    MusicPlayerType type;
+    MusicPlayerType type{};
     ItemSourceType source;
-    MusicItemSourceType preference;
+    MusicItemSourceType preference{};
     DefaultsKey<bool> enabled;
-    void (RemotePlayer::*playTrackAtHost)(const Track&);
-    void (RemotePlayer::*playAlbumAtHost)(const Album&);
+    void (RemotePlayer::*playTrackAtHost)(const Track&) = nullptr;
+    void (RemotePlayer::*playAlbumAtHost)(const Album&) = nullptr;
 };
 
 // In the order in which they are tried.

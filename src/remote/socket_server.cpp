@@ -40,8 +40,9 @@ void SocketServer::publish() {
     hostBroadcast_ = session().port<ServiceDiscovery>().publish(
         service_, {.didPublish = telling(&SocketServerDelegate::netServiceDidPublish),
                    .didStop = telling(&SocketServerDelegate::netServiceDidStop),
-                   .didNotPublish = [](const QString& reason) {
+                   .didNotPublish = [this](const QString& reason) {
                        qCWarning(log).noquote() << "the server is not announced:" << reason;
+                       announcementProblem_ = reason;
                    }});
 }
 

@@ -59,9 +59,13 @@ TEST_F(PrivateMpdTest, StartsOnDemandRemembersRatingsAfterACrashAndEndsWithItsOw
     ::kill(*program_->processIdentifier(), SIGKILL);
     ASSERT_TRUE(pumpUntil([this] { return quits_ == 1; }));
     EXPECT_FALSE(program_->player());
+    ASSERT_TRUE(
+        writeMusicFile({options().musicFolder + u"/b.flac"_qs, u"New"_qs, u"Single"_qs, {u"Ann"_qs}}));
     ASSERT_TRUE(pumpUntil([this] { return program_->launch() && launches_ == 2; }));
     EXPECT_TRUE(plays());
     EXPECT_TRUE(pumpUntil([this] { return program_->player()->rating() == 60; }));
+    EXPECT_TRUE(program_->player()->playFromLibrary({u"New"_qs, u"Single"_qs, u"Ann"_qs}, u"Merlode"_qs))
+        << "what came while it was away is found";
     const auto process = program_->processIdentifier();
     ASSERT_TRUE(process && *process > 0);
     program_.reset();

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QUrl>
 
 #include <limits>
 
@@ -264,6 +265,28 @@ TEST_F(MprisProgramTest, AHungPlayerIsLeftAloneThenAskedAgain) {
     ASSERT_TRUE(wait([&] { return program_->player()->playerState() == 0; }));
     player->announce({{u"PlaybackStatus"_qs, u"Paused"_qs}});
     ASSERT_TRUE(wait([&] { return program_->player()->playerState() == kPlayerStatePaused; }));
+}
+
+TEST_F(MprisProgramTest, AnAlbumOfTheLibraryIsOpenedAsAPlaylist) {
+    const auto player = run(u"double"_qs);
+    const QTemporaryDir folder;
+    MprisPlayerOptions options;
+    options.playlistFolder = folder.filePath(u"made #1"_qs);
+    options.filesFor = [](const LibraryQuery& query) {
+        return query.album == u"None" ? QByteArrayList()
+                                      : QByteArrayList{"/m/50% a#b.flac", "/m/line\nbreak", "/m/latin\xe9"};
+    };
+    start(u"double"_qs, options);
+    program_->settle(5);
+    EXPECT_FALSE(program_->player()->playFromLibrary({{}, u"None"_qs, {}}, u"Merlode"_qs));
+    ASSERT_TRUE(program_->player()->playFromLibrary({{}, u"Any"_qs, {}}, u"Merlode"_qs));
+    const auto path = options.playlistFolder + u"/Merlode.m3u"_qs;
+    const auto opened = u"OpenUri "_qs + QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
+    EXPECT_TRUE(wait([&] { return player->calls().contains(opened); })) << qPrintable(opened);
+    QFile playlist(path);
+    ASSERT_TRUE(playlist.open(QIODevice::ReadOnly));
+    EXPECT_EQ(playlist.readAll(), "#EXTM3U\nfile:///m/50%25%20a%23b.flac\nfile:///m/line%0Abreak\n"
+                                  "file:///m/latin%E9\n");
 }
 
 } // namespace

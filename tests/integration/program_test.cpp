@@ -3,6 +3,7 @@
 #include "support/private_bus.h"
 
 #include <QCoreApplication>
+#include <QDBusConnectionInterface>
 #include <QDBusContext>
 #include <QDBusInterface>
 #include <QDBusReply>
@@ -226,6 +227,37 @@ TEST_F(ProgramTest, OneSearchFindsWhatSeveralServicesHaveAndARowPlays) {
     const auto nothing = ctl("search zzzqqqxxx");
     EXPECT_EQ(nothing.out, "nothing was found\n") << nothing.errors.constData();
     EXPECT_EQ(ctl(play.constData()).code, 1) << "the rows of the search before are gone";
+}
+
+// A keychain of this test's own, unlocked, in the test's home.
+TEST_F(ProgramTest, AnAccountAtSpotifyIsKeptInTheKeychain) {
+    constexpr auto kCredentials = "0123456789abcdef0123456789abcdef";
+    const auto login = [&](const QByteArray& secret) {
+        return run(u"sh"_qs, {u"-c"_qs, u"printf '%1\\n' | %2/merlodectl spotify login %3"_qs.arg(
+                                            QString::fromLatin1(secret), QStringLiteral(MERLODE_BIN_DIR),
+                                            QLatin1String(kCredentials))});
+    };
+    QProcess keychain;
+    keychain.setProcessEnvironment(environment);
+    keychain.start(u"gnome-keyring-daemon"_qs,
+                   {u"--foreground"_qs, u"--unlock"_qs, u"--components=secrets"_qs});
+    keychain.write("test");
+    keychain.closeWriteChannel();
+    auto* names = bus.connect().interface();
+    ASSERT_TRUE(waitUntil([&] { return names->isServiceRegistered(u"org.freedesktop.secrets"_qs).value(); },
+                          kPatience));
+
+    startDemo();
+    EXPECT_TRUE(ctl("spotify").out.startsWith("Not signed in."));
+    EXPECT_EQ(login("").code, 1);
+    EXPECT_EQ(login("wrong").errors, "merlodectl: Spotify did not accept them: it answered 400.\n");
+    EXPECT_EQ(login(kCredentials).out, "Signed in to Spotify's catalogue.\n");
+    const auto found = ctl("search --json lantern");
+    EXPECT_TRUE(found.out.contains("\"spotify\"") && !found.out.contains("failure")) << found.out.constData();
+    EXPECT_EQ(ctl("spotify logout").out, "Signed out.\n");
+    EXPECT_TRUE(ctl("spotify").out.startsWith("Not signed in."));
+    keychain.kill();
+    keychain.waitForFinished();
 }
 
 TEST_F(ProgramTest, ATerminatedDemoLeavesNothingBehind) {

@@ -35,7 +35,7 @@ class MusicFolderLibraryTest : public testing::Test {
     }
     State scan() {
         library->startScan();
-        test.loop.advance(MusicFolderLibrary::kChangeWindow);
+        test.loop.advance(LibraryBoard::kChangeWindow);
         return library->progress().state;
     }
     QStringList titles() {
@@ -140,6 +140,24 @@ TEST(MusicFolderLibraryThreadTest, EndsInTheMiddleOfAScan) {
         for (int read = 0; read < round; ++read)
             library.readItems([](const auto&) { return true; });
     }
+}
+
+TEST_F(MusicFolderLibraryTest, ALinkedFolderThatIsNotMountedKeepsItsSongs) {
+    const auto disk = folder.filePath(u"disk"_qs);
+    ASSERT_TRUE(writeMusicFile({disk + u"/far.flac"_qs, u"Far"_qs, u"Album"_qs, {u"Artist"_qs}}));
+    write(u"near.flac"_qs, u"Near"_qs);
+    ASSERT_TRUE(QFile::link(disk, path(u"linked"_qs)));
+    scan();
+    EXPECT_EQ(titles().size(), 2);
+    ASSERT_TRUE(QFile::remove(disk + u"/far.flac"_qs));
+    EXPECT_EQ(scan(), State::Finished);
+    EXPECT_EQ(titles().size(), 2) << "an empty folder is what an unmounted disk leaves";
+    ASSERT_TRUE(QDir(disk).removeRecursively());
+    scan();
+    EXPECT_EQ(titles().size(), 2) << "nor is it gone with the place where it is mounted";
+    ASSERT_TRUE(QFile::remove(path(u"linked"_qs)));
+    scan();
+    EXPECT_EQ(titles(), QStringList{u"Near"_qs}) << "but with the link";
 }
 
 } // namespace

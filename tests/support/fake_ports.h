@@ -45,10 +45,11 @@ class FakeMediaLibrary final : public MediaLibrary {
     void readItems(const Visit& visit) override { std::ignore = std::ranges::all_of(items, visit); }
     bool isFinal() override { return final; }
     Image artwork(quint64 id) override { return read.push_back(id), picture; }
-    std::optional<QByteArray> location(quint64) override { return std::nullopt; }
+    std::optional<QByteArray> location(quint64 id) override { return "/music/" + QByteArray::number(id); }
     void startScan() override { state.state = State::Scanning; }
     void cancelScan() override { state.state = State::Cancelled; }
     Progress progress() const override { return state; }
+    QString place() const override { return u"/music"_qs; }
 };
 
 /// Writes alerts down and answers as a test says.

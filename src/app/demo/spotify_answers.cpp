@@ -248,11 +248,34 @@ std::optional<WebAnswer> lookUp(const QString& kind, const QString& id, const QS
     return part.isEmpty() ? std::optional(jsonAnswer(fullArtist(base, *artist))) : std::nullopt;
 }
 
+constexpr char kTokenStart[] = "demo-";
+
+// Every registered id and secret is 32 hexadecimal digits; all such are known here.
+WebAnswer tokenAnswer(const WebRequest& request) {
+    static const QRegularExpression kPair(QStringLiteral("^[0-9a-f]{32}:[0-9a-f]{32}$"));
+    const auto authorization = request.headers["authorization"];
+    const auto pair = QByteArray::fromBase64(authorization.mid(qsizetype(strlen("Basic "))));
+    if (!authorization.startsWith("Basic ") || !kPair.match(QString::fromLatin1(pair)).hasMatch())
+        return jsonAnswer({{QStringLiteral("error"), QStringLiteral("invalid_client")}}, 400);
+    if (request.fields[QStringLiteral("grant_type")] != u"client_credentials")
+        return jsonAnswer({{QStringLiteral("error"), QStringLiteral("unsupported_grant_type")}}, 400);
+    const auto token = kTokenStart + QCryptographicHash::hash(pair, QCryptographicHash::Sha256).toHex();
+    return jsonAnswer({{QStringLiteral("access_token"), QString::fromLatin1(token)},
+                       {QStringLiteral("token_type"), QStringLiteral("Bearer")},
+                       {QStringLiteral("expires_in"), 3600}});
+}
+
 } // namespace
 
 std::optional<WebAnswer> answerAsSpotify(const WebRequest& request, const QString& base) {
+    if (request.path == u"/api/token")
+        return tokenAnswer(request);
     if (!request.path.startsWith(u"/v1/"))
         return std::nullopt;
+    // Unlike the public service this one serves strangers as well, so that the demo shows something.
+    const auto authorization = request.headers["authorization"];
+    if (!authorization.isEmpty() && !authorization.startsWith(QByteArray("Bearer ") + kTokenStart))
+        return error(401, QStringLiteral("Invalid access token"));
     if (request.path == u"/v1/search")
         return search(request, base);
     static const QRegularExpression kLookUp(QStringLiteral("^/v1/(albums|tracks|artists)/([^/]+)(/.*)?$"));

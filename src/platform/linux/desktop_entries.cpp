@@ -212,8 +212,14 @@ bool launchDesktopEntry(const DesktopEntry& entry) {
     QStringList command = execArguments(entry);
     if (command.isEmpty() || command.constFirst().isEmpty() || entry.terminal)
         return false;
-    const QString program = command.takeFirst();
-    return QProcess::startDetached(program, command, entry.workingFolder);
+    QProcess process;
+    process.setProgram(command.takeFirst());
+    process.setArguments(command);
+    process.setWorkingDirectory(entry.workingFolder);
+    // What a player has to say belongs into no log of ours.
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    return process.startDetached();
 }
 
 } // namespace merlode

@@ -14,10 +14,10 @@ namespace merlode {
 struct MpdAddress {
     static constexpr quint16 kDefaultPort = 6600;
 
-    QString socketPath; ///< a file, or an abstract name that begins with '@'; empty for a host
-    QString host;
+    QString socketPath{}; ///< a file, or an abstract name that begins with '@'; empty for a host
+    QString host{};
     quint16 port = kDefaultPort;
-    QString password; ///< sent in the clear after connecting; empty for none
+    QString password{}; ///< sent in the clear after connecting; empty for none
 
     bool operator==(const MpdAddress&) const = default;
     bool isSocket() const { return !socketPath.isEmpty(); }

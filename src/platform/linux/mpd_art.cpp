@@ -1,51 +1,20 @@
 #include "platform/linux/mpd_art.h"
 
-#include "platform/scripted_player.h"
-
-#include <array>
+#include "platform/linux/mpd_picture.h"
 
 namespace merlode {
 
-namespace {
-
-// Embedded pictures first: a folder's picture may be of a whole box of albums.
-constexpr std::array kCommands{"readpicture", "albumart"};
-
-} // namespace
-
 // Handed back and forth between the main thread and the queue, and touched by one of them at a time.
 struct MpdArt::Load {
-    QByteArray uri;
+    MpdPicture picture;
     QByteArray known; // not decoded again
-    std::size_t command = 0;
-    QByteArray bytes;
-    std::optional<Image> image;
+    std::optional<Image> image{};
     bool same = false;
-    bool ended = false;
-
-    // Fetches one piece.
-    void advance(MpdConnection& connection) {
-        const auto reply =
-            connection.run({kCommands[command], {uri, QByteArray::number(bytes.size())}}, kPlayerCallTimeout);
-        const bool lost = reply.outcome == MpdOutcome::Broken || reply.outcome == MpdOutcome::TimedOut;
-        const qint64 size = reply.value("size").toLongLong();
-        bytes += reply.binary;
-        if (reply && !reply.binary.isEmpty() && size <= Image::kMostBytes && bytes.size() < size)
-            return;
-        const bool whole = reply && size > 0 && bytes.size() == size;
-        if (!whole && !lost && ++command < kCommands.size()) {
-            bytes.clear();
-            return;
-        }
-        ended = true;
-        if (!whole)
-            bytes.clear();
-    }
 
     void decode() {
-        same = !bytes.isEmpty() && bytes == known;
+        same = !picture.bytes().isEmpty() && picture.bytes() == known;
         if (!same)
-            image = Image::decode(bytes);
+            image = Image::decode(picture.bytes());
     }
 };
 
@@ -64,9 +33,7 @@ void MpdArt::setSong(const std::optional<MpdSong>& song) {
     // folder have theirs, though a server behind a network may keep them to itself.
     if (!song || song->uri.contains("://"))
         return;
-    load_ = std::make_shared<Load>();
-    load_->uri = uri;
-    load_->known = bytes_;
+    load_ = std::make_shared<Load>(Load{MpdPicture(uri), bytes_});
     step(load_);
 }
 
@@ -80,8 +47,8 @@ void MpdArt::abandon() {
 
 void MpdArt::step(const std::shared_ptr<Load>& load) {
     link_.run([this, load](MpdConnection& connection) -> MpdLink::Finish {
-        load->advance(connection);
-        if (load->ended)
+        load->picture.advance(connection);
+        if (load->picture.hasEnded())
             load->decode();
         return [this, load] { finish(load); };
     });
@@ -90,11 +57,11 @@ void MpdArt::step(const std::shared_ptr<Load>& load) {
 void MpdArt::finish(const std::shared_ptr<Load>& load) {
     if (load != load_) // the song is another one by now
         return;
-    if (!load->ended)
+    if (!load->picture.hasEnded())
         return step(load);
     if (!load->same) {
         image_ = load->image;
-        bytes_ = load->image ? load->bytes : QByteArray();
+        bytes_ = load->image ? load->picture.bytes() : QByteArray();
     }
     load_.reset();
 }

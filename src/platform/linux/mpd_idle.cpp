@@ -2,9 +2,11 @@
 
 namespace merlode {
 
-MpdIdle::MpdIdle(std::shared_ptr<MpdConnection> connection, RunLoop& loop, Events events)
+MpdIdle::MpdIdle(std::shared_ptr<MpdConnection> connection, RunLoop& loop, QByteArrayList subsystems,
+                 Events events)
     : connection_(std::move(connection)),
       loop_(loop),
+      subsystems_(std::move(subsystems)),
       events_(std::move(events)),
       notifier_(connection_->descriptor(), QSocketNotifier::Read) {
     QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] { read(); });
@@ -13,7 +15,7 @@ MpdIdle::MpdIdle(std::shared_ptr<MpdConnection> connection, RunLoop& loop, Event
 
 // What changed since the connection was made is told at once: the server keeps count for each client.
 void MpdIdle::listen() {
-    if (!connection_->post({"idle", {"player", "mixer", "playlist", "sticker"}}))
+    if (!connection_->post({"idle", subsystems_}))
         close();
 }
 

@@ -19,8 +19,10 @@ class MpdIdle {
         std::function<void()> closed; ///< once, and nothing after it
     };
 
-    /// Takes over an open connection without a call under way. The events are called through the run loop.
-    MpdIdle(std::shared_ptr<MpdConnection> connection, RunLoop& loop, Events events);
+    /// Takes over an open connection without a call under way; `subsystems` are those of the protocol whose
+    /// changes are wanted. The events are called through the run loop.
+    MpdIdle(std::shared_ptr<MpdConnection> connection, RunLoop& loop, QByteArrayList subsystems,
+            Events events);
 
   private:
     void listen();
@@ -30,6 +32,7 @@ class MpdIdle {
 
     std::shared_ptr<MpdConnection> connection_;
     RunLoop& loop_;
+    QByteArrayList subsystems_;
     Events events_;
     bool changed_ = false;
     bool closed_ = false;

@@ -25,9 +25,11 @@ bool isMpd(std::int32_t process) {
 
 // One try to connect. Filled on the queue, read on the main thread once it is `done`.
 struct MpdProgram::Attempt {
-    explicit Attempt(const MpdAddress& address) : connection(std::make_shared<MpdConnection>(address)) {}
+    Attempt(const MpdAddress& address, bool lookThroughMusic)
+        : connection(std::make_shared<MpdConnection>(address)), lookThrough(lookThroughMusic) {}
 
     std::shared_ptr<MpdConnection> connection;
+    const bool lookThrough;              // have the server look for what has changed in its music folder
     std::optional<MpdSnapshot> snapshot; // nothing: not running
     QString musicFolder;
     std::int32_t process = 0;
@@ -38,6 +40,8 @@ struct MpdProgram::Attempt {
 
     void carryOut(const RunLoop& clock) {
         if (connection->open(kPlayerCallTimeout)) {
+            if (lookThrough)
+                connection->run({"update", {}}, kPlayerCallTimeout);
             snapshot = readSnapshot(*connection, clock);
             if (snapshot && snapshot->song)
                 snapshot->rating = readRating(*connection, *snapshot->song);
@@ -82,7 +86,8 @@ void MpdProgram::start(PlayerProgramEvents events) {
 
 void MpdProgram::connect() {
     retry_.invalidate();
-    const auto attempt = attempt_ = std::make_shared<Attempt>(address_);
+    // An mpd notices what changes while it runs, and of what changed before only what it is told to look for.
+    const auto attempt = attempt_ = std::make_shared<Attempt>(address_, private_ && !hasLookedThrough_);
     queue_.async([this, attempt, life = std::weak_ptr(life_)] {
         RunLoop& loop = session_.runLoop();
         attempt->carryOut(loop);
@@ -103,6 +108,7 @@ void MpdProgram::conclude(const std::shared_ptr<Attempt>& attempt, bool settling
         return;
     attempt_.reset();
     const bool first = std::exchange(first_, false);
+    hasLookedThrough_ = hasLookedThrough_ || attempt->snapshot;
     if (!attempt->snapshot || isInFirstScan(*attempt->snapshot))
         return retryLater();
     adopt(*attempt);
@@ -138,7 +144,7 @@ void MpdProgram::adopt(Attempt& attempt) {
     player_ = std::make_shared<MpdPlayer>(address_, session_, *attempt.snapshot, attempt.musicFolder,
                                           [this] { events_.changed(); });
     idle_ = std::make_unique<MpdIdle>(
-        attempt.connection, session_.runLoop(),
+        attempt.connection, session_.runLoop(), QByteArrayList{"player", "mixer", "playlist", "sticker"},
         MpdIdle::Events{.changed = [this] { player_->noteServerEvent(); }, .closed = [this] { lose(); }});
 }
 
@@ -146,6 +152,8 @@ void MpdProgram::lose() {
     player_->leave();
     player_.reset();
     idle_.reset();
+    hasLookedThrough_ = false;
+    scanAwaitedUntil_.reset();
     retryLater();
     events_.quit();
 }

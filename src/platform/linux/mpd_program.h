@@ -59,6 +59,7 @@ class MpdProgram final : public PlayerProgram {
     bool first_ = true; // the attempt of `start` itself: what it finds ran already
     double startingUntil_ = 0;
     std::optional<double> scanAwaitedUntil_;
+    bool hasLookedThrough_ = false; // the private one has been told to, in this run of it
     Timer retry_;
     std::shared_ptr<Attempt> attempt_;
     std::shared_ptr<char> life_ = std::make_shared<char>();

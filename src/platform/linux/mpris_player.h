@@ -6,9 +6,9 @@
 #include "platform/linux/mpris_mirror.h"
 #include "platform/scripted_player.h"
 
+#include <QByteArrayList>
 #include <QDBusConnection>
 #include <QObject>
-#include <QStringList>
 
 #include <functional>
 
@@ -24,9 +24,9 @@ struct MprisPlayerOptions {
     PictureReader embeddedPicture;
     /// Where playlists are written for the player to open; made when missing.
     QString playlistFolder;
-    /// The files of a library that match, in playing order, as absolute paths. May be empty: MPRIS players
-    /// have no library that can be asked.
-    std::function<QStringList(const LibraryQuery&)> filesFor;
+    /// The files of a library that match, in playing order, as absolute paths in the file system's own bytes.
+    /// May be empty: MPRIS players have no library that can be asked.
+    std::function<QByteArrayList(const LibraryQuery&)> filesFor;
 };
 
 /// One run of an MPRIS player. Reads come from a mirror of its properties, which its signals keep up to date;

@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QSaveFile>
-#include <QUrl>
 
 namespace merlode {
 
@@ -16,15 +15,16 @@ QString fileName(QString name) {
 
 } // namespace
 
-std::optional<QString> writePlaylist(const QString& folder, const QString& name, const QStringList& files) {
+std::optional<QString> writePlaylist(const QString& folder, const QString& name,
+                                     const QByteArrayList& files) {
     // Addresses are plain ASCII: players disagree on the character set of an m3u, and a path may hold a
     // newline.
     QByteArray lines("#EXTM3U\n");
     bool any = false;
     for (const auto& file : files) {
-        if (!QDir::isAbsolutePath(file))
+        if (!file.startsWith('/'))
             continue;
-        lines += QUrl::fromLocalFile(file).toEncoded(QUrl::FullyEncoded) + '\n';
+        lines += "file://" + file.toPercentEncoding("/") + '\n';
         any = true;
     }
     if (!any || folder.isEmpty() || !QDir().mkpath(folder))

@@ -54,11 +54,12 @@ class Walk {
         const QByteArray path = waiting_.back();
         waiting_.pop_back();
         const std::unique_ptr<DIR, CloseFolder> folder(::opendir((path + '/').constData()));
-        bool isCovered = false;
+        bool isCovered = false, isEmpty = true;
         errno = folder ? 0 : errno;
         while (const dirent* entry = folder ? ::readdir(folder.get()) : nullptr) {
             const QByteArray name(entry->d_name);
             isCovered = isCovered || isCoverName(name);
+            isEmpty = isEmpty && name.startsWith('.');
             if (!name.startsWith('.'))
                 take(path + '/' + name, entry->d_type);
             errno = 0; // by nothing else is the end told from a failure
@@ -67,6 +68,10 @@ class Walk {
             qCInfo(lcMusicFiles) << "cannot read the folder" << path;
             gaps_.folders.push_back(path);
         }
+        // Linked folders often lie on other disks, and what a disk leaves behind that is not mounted is
+        // empty.
+        if (isEmpty && linked_.contains(path))
+            gaps_.folders.push_back(path);
         for (auto& file : files_) {
             file.stamp.isCovered = isCovered;
             visit_(std::move(file));
@@ -80,11 +85,17 @@ class Walk {
         if (!isMusic && type == DT_REG)
             return; // most of what is no music is told without asking for more
         struct stat found = {};
-        if (::stat(path.constData(), &found) != 0)
+        if (::stat(path.constData(), &found) != 0) {
+            if (type == DT_LNK)
+                gaps_.folders.push_back(path);
             return;
-        if (S_ISDIR(found.st_mode))
+        }
+        if (S_ISDIR(found.st_mode)) {
+            if (type == DT_LNK)
+                linked_.insert(path);
             enter(path, found);
-        else if (isMusic && S_ISREG(found.st_mode))
+        }
+        if (isMusic && S_ISREG(found.st_mode))
             files_.push_back({path, {found.st_size, nanoseconds(found), false}});
     }
 
@@ -103,6 +114,7 @@ class Walk {
     MusicFolderGaps gaps_;
     std::vector<QByteArray> waiting_;
     std::set<std::pair<dev_t, ino_t>> visited_;
+    std::set<QByteArray> linked_;  ///< folders that were reached by a link
     std::vector<MusicFile> files_; ///< of the folder that is looked into
 };
 

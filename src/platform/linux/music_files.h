@@ -24,7 +24,7 @@ struct MusicFile {
 /// What a walk could not look into.
 struct MusicFolderGaps {
     bool isComplete = false;         ///< false where the folder itself was not reached, or the walk cancelled
-    std::vector<QByteArray> folders; ///< that could not be read
+    std::vector<QByteArray> folders; ///< that could not be read, or are linked and not there, or empty
 };
 
 /// Hands over every file below `folder` whose name ends like that of music. Links are followed, each folder

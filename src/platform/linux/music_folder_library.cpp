@@ -1,7 +1,5 @@
 #include "platform/linux/music_folder_library.h"
 
-#include "base/notification_names.h"
-#include "platform/linux/burst_folder.h"
 #include "platform/linux/music_file_art.h"
 #include "platform/linux/taglib_pictures.h"
 #include "platform/linux/taglib_tags.h"
@@ -24,34 +22,6 @@ struct MusicFolderLibrary::Scan {
     Progress progress{State::Scanning, 0, 0};
 };
 
-/// Tells on the main thread what has happened on others.
-class MusicFolderLibrary::Board {
-  public:
-    explicit Board(Session& session)
-        : progressFolder_(session.runLoop(), kProgressWindow,
-                          post(session, notifications::kMediaLibraryProgress)),
-          changeFolder_(session.runLoop(), kChangeWindow,
-                        post(session, notifications::kMediaLibraryChanged)) {}
-
-    const Progress& progress() const { return progress_; }
-
-    void take(const Progress& progress, bool isChanged) {
-        if (isChanged)
-            changeFolder_.sign();
-        if (progress != std::exchange(progress_, progress))
-            progressFolder_.sign();
-    }
-
-  private:
-    static std::function<void()> post(Session& session, NotificationName name) {
-        return [&session, name] { session.notificationCenter().post(name); };
-    }
-
-    BurstFolder progressFolder_;
-    BurstFolder changeFolder_;
-    Progress progress_;
-};
-
 namespace {
 
 // Without the slashes at its end; nothing for what is no path from the root of the file system.
@@ -69,7 +39,7 @@ std::optional<QByteArray> folderPath(const QString& setting) {
 MusicFolderLibrary::MusicFolderLibrary(Session& session, Options options, std::unique_ptr<Executor> executor)
     : session_(session),
       options_(std::move(options)),
-      board_(std::make_shared<Board>(session)),
+      board_(std::make_shared<LibraryBoard>(session)),
       cache_(options_.cacheFile),
       folder_(folderPath(options_.folder()).value_or(QByteArray())),
       executor_(std::move(executor)) {
@@ -115,6 +85,10 @@ std::optional<QByteArray> MusicFolderLibrary::location(quint64 persistentID) {
 
 MediaLibrary::Progress MusicFolderLibrary::progress() const {
     return board_->progress();
+}
+
+QString MusicFolderLibrary::place() const {
+    return QFile::decodeName(folder());
 }
 
 void MusicFolderLibrary::startScan() {
@@ -215,10 +189,7 @@ bool MusicFolderLibrary::removeGone(Scan& scan) {
 }
 
 void MusicFolderLibrary::tell(const Progress& progress, bool isChanged) {
-    session_.runLoop().async([board = std::weak_ptr(board_), progress, isChanged] {
-        if (const auto alive = board.lock())
-            alive->take(progress, isChanged);
-    });
+    LibraryBoard::tell(board_, session_.runLoop(), progress, isChanged);
 }
 
 } // namespace merlode

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/session.h"
+#include "platform/linux/library_board.h"
 #include "platform/linux/library_cache.h"
 #include "platform/media_library.h"
 
@@ -15,10 +16,6 @@ namespace merlode {
 /// gone or holds no music at all: that is a disk which is not mounted.
 class MusicFolderLibrary final : public MediaLibrary {
   public:
-    /// At most one notification of each kind in this time, in seconds. Who hears of a change reads all items.
-    static constexpr double kProgressWindow = 0.25;
-    static constexpr double kChangeWindow = 3.0;
-
     struct Options {
         QByteArray cacheFile;
         std::function<QString()> folder; ///< the music folder as the settings say; asked on the main thread
@@ -36,6 +33,7 @@ class MusicFolderLibrary final : public MediaLibrary {
     void startScan() override;
     void cancelScan() override;
     Progress progress() const override;
+    QString place() const override;
 
   private:
     static constexpr std::size_t kWriter = 0; ///< in `queues_`; the readers follow
@@ -43,7 +41,6 @@ class MusicFolderLibrary final : public MediaLibrary {
     static constexpr std::size_t kFilesAtATime = 64;
 
     struct Scan;
-    class Board;
     using Stamps = std::unordered_map<quint64, MusicFileStamp>;
 
     QByteArray folder() const;
@@ -58,8 +55,8 @@ class MusicFolderLibrary final : public MediaLibrary {
 
     Session& session_;
     const Options options_;
-    std::shared_ptr<Board> board_; ///< what the main thread knows
-    std::shared_ptr<Scan> scan_;   ///< the last one; main thread
+    std::shared_ptr<LibraryBoard> board_; ///< what the main thread knows
+    std::shared_ptr<Scan> scan_;          ///< the last one; main thread
     LibraryCache cache_;
     mutable std::mutex mutex_;
     QByteArray folder_;     ///< under the lock
