@@ -63,19 +63,6 @@ class HostsLink {
     virtual std::optional<QString> clientHostName() const = 0;
 };
 
-/// Discovery that ends at once and finds nobody.
-class NullHostsLink final : public HostsLink {
-  public:
-    void discoverHosts(std::function<void()> done) override {
-        Session::current().runLoop().async(std::move(done));
-    }
-    void startServer() override {}
-    void stopServer() override {}
-    void connectToHostName(const QString&) override {}
-    void disconnectFromHost() override {}
-    std::optional<QString> clientHostName() const override { return std::nullopt; }
-};
-
 /// The store of favourites.
 class StoreLink {
   public:

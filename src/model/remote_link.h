@@ -59,21 +59,4 @@ class RemoteLink {
     }
 };
 
-/// The link of a program that is connected to nobody.
-class NullRemoteLink final : public RemoteLink {
-  public:
-    using RemoteLink::broadcastMessage;
-
-    bool connecting() const override { return false; }
-    bool hasClients() const override { return false; }
-    void connectToSelf() override {}
-    void sendMessageToHost(RemoteAction, const QVariantMap&) override {}
-    std::optional<ClientId> getClientSocketFromAddress(const QString&) const override { return {}; }
-    void broadcastRemoteSearch(const QVariantMap&, const QString&) override {}
-    void broadcastRemoteiTunesAlbumKey(const Album&, const QString&) override {}
-    void broadcastRemoteiTunesTrackKey(const Track&, const QString&) override {}
-    void broadcastAlertToClient(const QString&, const QString&, const QString&) override {}
-    void broadcastMessage(RemoteAction, const QVariantMap&, std::optional<ClientId>) override {}
-};
-
 } // namespace merlode
