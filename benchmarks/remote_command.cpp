@@ -33,6 +33,12 @@ constexpr int kRounds = 500;
 /// One machine with the real link, on the loop that all of them share.
 class Machine {
   public:
+    template<class Work>
+    decltype(auto) as(Work work) {
+        const SessionScope scope(&session);
+        return work();
+    }
+
     Machine(MemoryServices& services, const QString& name) {
         session.installReference<Workspace>(desktop);
         session.installReference<ScriptedPlayers>(desktop);
@@ -51,12 +57,6 @@ class Machine {
         userDefaults_.set(defaults::kHostName, name);
         userDefaults_.set(defaults::kEnableITunes, true);
         as([this] { session.installReference<RemoteLink>(SocketController::sharedController()); });
-    }
-
-    template<class Work>
-    decltype(auto) as(Work work) {
-        const SessionScope scope(&session);
-        return work();
     }
 
     FakeDesktop desktop;

@@ -39,7 +39,7 @@ class SearchBench {
         session_.install<HttpClient>(std::make_unique<CurlHttpClient>(session_));
         session_.install<MediaLibrary>(std::make_unique<NullMediaLibrary>());
         session_.install<ItemLink>(std::make_unique<ItemLink>());
-        session_.install<RemoteLink>(std::make_unique<NullRemoteLink>());
+        session_.install<RemoteLink>(std::make_unique<RecordingRemoteLink>());
         // What a player controller wants, which is there though nobody plays.
         session_.installReference<Workspace>(desktop_);
         session_.installReference<ScriptedPlayers>(desktop_);

@@ -17,16 +17,16 @@ using sqlite::Transaction;
 
 Q_LOGGING_CATEGORY(lcCache, "merlode.platform", QtWarningMsg)
 
-// An absent title marks a file without a place in the library. Paths are compared byte by byte.
+// An absent title marks a file without a place in the library. Paths are compared byte by byte. The rows lie
+// in the order of their paths, in which all of them are read at each start.
 constexpr const char* kTables = R"(
-    CREATE TABLE file(id INTEGER PRIMARY KEY, path BLOB NOT NULL, size INTEGER, modified INTEGER,
+    CREATE TABLE file(id INTEGER UNIQUE, path BLOB PRIMARY KEY, size INTEGER, modified INTEGER,
                       covered INTEGER, title TEXT, artist TEXT, album TEXT, album_artist TEXT, time INTEGER,
                       track INTEGER, disc INTEGER, discs INTEGER, compilation INTEGER, artwork INTEGER,
-                      song INTEGER);
-    CREATE INDEX file_by_path ON file(path);
+                      song INTEGER) WITHOUT ROWID;
     CREATE TABLE complete(folder BLOB PRIMARY KEY) WITHOUT ROWID;
-    PRAGMA user_version = 1;)";
-static_assert(LibraryCache::kVersion == 1, "the number stands in the SQL too");
+    PRAGMA user_version = 2;)";
+static_assert(LibraryCache::kVersion == 2, "the number stands in the SQL too");
 
 constexpr const char* kStore = R"(
     INSERT OR REPLACE INTO file VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13, ?14, ?15, ?16))";

@@ -27,7 +27,7 @@ struct CachedFile {
 class LibraryCache {
   public:
     /// How the tables are laid out, to be raised with each change of them.
-    static constexpr int kVersion = 1;
+    static constexpr int kVersion = 2;
 
     /// The file, whose folder is made where it is missing, is opened on first use.
     explicit LibraryCache(QByteArray file) : file_(std::move(file)) {}
