@@ -3,9 +3,15 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
+// A static library's resources are linked and registered only when asked for; the macro wants global scope.
+static void registerControlImages() {
+    Q_INIT_RESOURCE(control_images);
+}
+
 namespace merlode {
 
 ControlImage ControlImage::named(const QString& name) {
+    [[maybe_unused]] static const bool registered = (registerControlImages(), true);
     ControlImage image;
     image.name_ = name;
     return image;
