@@ -2,20 +2,42 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
+#include <limits>
+#include <utility>
 
 namespace merlode {
 
 namespace {
 
+constexpr double kMostOfPixel = 255;
+constexpr quint32 kNoCandidate = std::numeric_limits<quint32>::max();
+
+std::array<double, 256> makeComponents() {
+    std::array<double, 256> components{};
+    for (std::size_t step = 0; step < components.size(); ++step)
+        components[step] = static_cast<double>(step) / kMostOfPixel;
+    return components;
+}
+
+// A division takes longer than a look into a table, and there are four to a pixel.
+const std::array<double, 256> kComponents = makeComponents();
+
 Color colorOf(QRgb pixel) {
-    constexpr double kMost = 255;
-    return {qRed(pixel) / kMost, qGreen(pixel) / kMost, qBlue(pixel) / kMost, qAlpha(pixel) / kMost};
+    const auto component = [](int step) { return kComponents[static_cast<std::size_t>(step)]; };
+    return {component(qRed(pixel)), component(qGreen(pixel)), component(qBlue(pixel)),
+            component(qAlpha(pixel))};
+}
+
+/// Whether the colour is saturated beyond the least that text has, by enough that rounding plays no part.
+bool isSaturated(QRgb pixel) {
+    const auto [least, most] = std::minmax({qRed(pixel), qGreen(pixel), qBlue(pixel)});
+    return (most - least) * 100 > 16 * most;
 }
 
 /// The pixel of just this colour; nothing for one between the steps of a pixel.
 std::optional<QRgb> pixelOf(const Color& color) {
-    const QRgb pixel = color.toQColor().rgba();
+    const auto step = [](double component) { return static_cast<int>(component * kMostOfPixel + 0.5); };
+    const QRgb pixel = qRgba(step(color.red), step(color.green), step(color.blue), step(color.alpha));
     return colorOf(pixel) == color ? std::optional(pixel) : std::nullopt;
 }
 
@@ -50,42 +72,49 @@ class SLColorArt::Counter {
             ++entries_[last_].count;
             return;
         }
-        quint32& place = placeOf(pixel);
-        if (place == 0) {
+        Slot& slot = slotOf(pixel);
+        if (slot.place == 0) {
             entries_.push_back({pixel, 0});
-            place = static_cast<quint32>(entries_.size());
+            slot = {pixel, static_cast<quint32>(entries_.size())};
         }
-        last_ = place - 1;
+        last_ = slot.place - 1;
         ++entries_[last_].count;
         if (2 * entries_.size() > table_.size())
             grow();
     }
 
-    qint64 countOf(QRgb pixel) const {
-        const quint32 place = const_cast<Counter*>(this)->placeOf(pixel);
+    quint32 countOf(QRgb pixel) {
+        const quint32 place = slotOf(pixel).place;
         return place == 0 ? 0 : entries_[place - 1].count;
     }
 
     const std::vector<Entry>& entries() const { return entries_; }
 
   private:
-    quint32& placeOf(QRgb pixel) {
+    struct Slot {
+        QRgb pixel = 0;
+        quint32 place = 0; ///< 1 + place in `entries_`; 0 for a free slot
+    };
+    static constexpr int kFirstBits = 12;
+
+    Slot& slotOf(QRgb pixel) {
         constexpr quint32 kSpread = 2654435769U; // 2^32 by the golden ratio: neighbours land far apart
-        const std::size_t mask = table_.size() - 1;
-        std::size_t at = (pixel * kSpread) >> (32 - std::countr_zero(table_.size()));
-        while (table_[at] != 0 && entries_[table_[at] - 1].pixel != pixel)
-            at = (at + 1) & mask;
+        std::size_t at = (pixel * kSpread) >> (32 - bits_);
+        while (table_[at].place != 0 && table_[at].pixel != pixel)
+            at = (at + 1) & (table_.size() - 1);
         return table_[at];
     }
 
     void grow() {
-        table_.assign(4 * table_.size(), 0);
+        bits_ += 2;
+        table_.assign(std::size_t{1} << bits_, {});
         for (quint32 place = 0; place < entries_.size(); ++place)
-            placeOf(entries_[place].pixel) = place + 1;
+            slotOf(entries_[place].pixel) = {entries_[place].pixel, place + 1};
     }
 
     std::vector<Entry> entries_;
-    std::vector<quint32> table_ = std::vector<quint32>(1024); // 1 + place in `entries_`; 0 for none
+    int bits_ = kFirstBits;
+    std::vector<Slot> table_ = std::vector<Slot>(std::size_t{1} << kFirstBits);
     std::size_t last_ = 0;
 };
 
@@ -133,24 +162,45 @@ std::optional<Color> SLColorArt::findEdgeColor(Counter& imageColors) const {
     return proposal.color;
 }
 
-// A colour that was raised is mostly not in the picture and counts 0 then: such sink to the end.
-void SLColorArt::findTextColors(const Counter& imageColors) {
-    const bool isDark = backgroundColor_ && pc_isDarkColor(*backgroundColor_);
-    std::vector<PCCountedColor> colors;
-    colors.reserve(imageColors.entries().size());
-    for (const auto& [pixel, count] : imageColors.entries()) {
+// Colours by their counts, the highest first, those of one count in their own order. Most of many colours are
+// never looked at, so they are put in order by distribution and made only when it is their turn.
+std::vector<quint32> SLColorArt::textCandidates(Counter& imageColors, bool isDark) {
+    const auto& entries = imageColors.entries();
+    std::vector<quint32> counts(entries.size());
+    std::vector<quint32> ends; // by count: how many candidates have it, and then where those of it go
+    for (std::size_t place = 0; place < entries.size(); ++place) {
+        const auto& [pixel, count] = entries[place];
         const Color own = colorOf(pixel);
-        const Color raised = pc_colorWithMinimumSaturation(own, kLeastTextSaturation);
+        const Color raised =
+            isSaturated(pixel) ? own : pc_colorWithMinimumSaturation(own, kLeastTextSaturation);
+        counts[place] = kNoCandidate;
         if (pc_isDarkColor(raised) == isDark)
             continue;
+        // A colour that was raised is mostly not in the picture and counts 0 then: such sink to the end.
         const auto known = raised == own ? std::optional(pixel) : pixelOf(raised);
-        colors.push_back({raised, raised == own ? count : known ? imageColors.countOf(*known) : 0});
+        counts[place] = raised == own ? count : known ? imageColors.countOf(*known) : 0;
+        if (counts[place] >= ends.size())
+            ends.resize(counts[place] + 1);
+        ++ends[counts[place]];
     }
-    std::ranges::stable_sort(colors, [](const auto& a, const auto& b) { return a.compare(b) < 0; });
+    quint32 before = 0;
+    for (auto end = ends.rbegin(); end != ends.rend(); ++end)
+        before += std::exchange(*end, before);
+    std::vector<quint32> ordered(before);
+    for (quint32 place = 0; place < entries.size(); ++place) {
+        if (counts[place] != kNoCandidate)
+            ordered[ends[counts[place]]++] = place;
+    }
+    return ordered;
+}
 
+void SLColorArt::findTextColors(Counter& imageColors) {
+    const bool isDark = backgroundColor_ && pc_isDarkColor(*backgroundColor_);
     std::array<std::optional<Color>, 3> found;
     auto& [primary, secondary, detail] = found;
-    for (const auto& [color, count] : colors) {
+    for (const quint32 place : textCandidates(imageColors, isDark)) {
+        const Color color =
+            pc_colorWithMinimumSaturation(colorOf(imageColors.entries()[place].pixel), kLeastTextSaturation);
         const bool contrasts = !backgroundColor_ || pc_isContrastingColor(color, *backgroundColor_);
         if (!primary) {
             if (contrasts)

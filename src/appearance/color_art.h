@@ -47,7 +47,8 @@ class SLColorArt {
 
     void analyzeImage();
     std::optional<Color> findEdgeColor(Counter& imageColors) const;
-    void findTextColors(const Counter& imageColors);
+    static std::vector<quint32> textCandidates(Counter& imageColors, bool isDark);
+    void findTextColors(Counter& imageColors);
 
     QSize scaledSize_;
     QImage scaledImage_;

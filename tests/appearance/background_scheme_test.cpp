@@ -8,13 +8,13 @@ namespace {
 class BackgroundSchemeTest : public PlayerFixture {
   protected:
     BackgroundSchemeTest() {
+        controller().setupMusicPlayers();
         scheme();
         updated = count(notifications::kBackgroundSchemeUpdated);
     }
     BackgroundSchemeController& scheme() { return BackgroundSchemeController::sharedController(); }
 
     void play(const QString& album, const std::optional<QImage>& cover) {
-        auto& library = desktop.start(iTunes);
         library.playing(u"Song of "_qs + album, u"Artist"_qs, album);
         library.art = cover ? std::optional(Image(*cover)) : std::nullopt;
         announce(notifications::kITunesPlayerInfo);
@@ -30,6 +30,7 @@ class BackgroundSchemeTest : public PlayerFixture {
         return pixels;
     }
 
+    FakeScriptedPlayer& library = desktop.start(iTunes);
     std::shared_ptr<int> updated;
 };
 
