@@ -278,8 +278,25 @@ void Application::serveBus() {
         return status;
     });
     ControlActions actions;
-    actions.players = [&parts, &controller] {
-        return playersStatus(controller, *parts.roles, parts.assignment->otherPlayers());
+    addPlayerActions(actions);
+    addMusicActions(actions);
+    addLinkActions(actions);
+    actions.reopen = reopen;
+    actions.quit = quit;
+    parts.control = std::make_unique<ControlService>(parts.session, *parts.publisher, std::move(actions));
+    if (!parts.control->registerOn(parts.bus))
+        qCWarning(log) << "the control interface cannot be offered:" << parts.bus.lastError().message();
+    parts.mpris =
+        std::make_unique<MprisService>(parts.session, *parts.publisher, *parts.artFile, reopen, quit);
+    if (!parts.mpris->registerOn(parts.bus))
+        qCWarning(log) << "media keys will not work: the MPRIS name is taken";
+}
+
+void Application::addPlayerActions(ControlActions& actions) {
+    auto& parts = *parts_;
+    actions.players = [&parts] {
+        return playersStatus(PlayerController::sharedController(), *parts.roles,
+                             parts.assignment->otherPlayers());
     };
     actions.usePlayer = [this, &parts](const QString& role, const QString& program) {
         auto error = parts.assignment->use(role, program);
@@ -299,6 +316,10 @@ void Application::serveBus() {
         parts.artFile->want();
         parts.artFile->whenSettled(std::move(done));
     };
+}
+
+void Application::addMusicActions(ControlActions& actions) {
+    auto& parts = *parts_;
     parts.searchRows = std::make_unique<SearchRows>(parts.session, *parts.alerts);
     actions.search = [&parts](const QString& term, auto done) {
         parts.searchRows->search(term, std::move(done));
@@ -321,6 +342,10 @@ void Application::serveBus() {
     actions.services = [&parts] { return enabledServices(parts.session.port<UserDefaults>()); };
     actions.enableService = enableService;
     actions.useMusicFolders = [this](const QStringList& folders) { return useMusicFolders(folders); };
+}
+
+void Application::addLinkActions(ControlActions& actions) {
+    auto& parts = *parts_;
     parts.link = std::make_unique<LinkCommands>(parts.session, *parts.alerts);
     actions.hosts = [&parts](auto done) { parts.link->hosts(std::move(done)); };
     actions.connectToHost = [&parts](const QString& name, const auto& done) {
@@ -329,15 +354,6 @@ void Application::serveBus() {
     actions.disconnectFromHost = [&parts](const auto& done) { parts.link->disconnect(done); };
     actions.serve = [&parts](bool on, const auto& done) { parts.link->serve(on, done); };
     actions.rename = [&parts](const QString& name, const auto& done) { parts.link->rename(name, done); };
-    actions.reopen = reopen;
-    actions.quit = quit;
-    parts.control = std::make_unique<ControlService>(parts.session, *parts.publisher, std::move(actions));
-    if (!parts.control->registerOn(parts.bus))
-        qCWarning(log) << "the control interface cannot be offered:" << parts.bus.lastError().message();
-    parts.mpris =
-        std::make_unique<MprisService>(parts.session, *parts.publisher, *parts.artFile, reopen, quit);
-    if (!parts.mpris->registerOn(parts.bus))
-        qCWarning(log) << "media keys will not work: the MPRIS name is taken";
 }
 
 std::optional<ControlError> Application::useMusicFolders(const QStringList& folders) {

@@ -9,6 +9,7 @@ class QCoreApplication;
 
 namespace merlode {
 
+struct ControlActions;
 struct ControlError;
 
 /// How the program was started.
@@ -45,6 +46,9 @@ class Application {
     void installPorts();
     void installLinks();
     void serveBus();
+    void addPlayerActions(ControlActions& actions);
+    void addMusicActions(ControlActions& actions);
+    void addLinkActions(ControlActions& actions);
     void keepSomebodyInCharge();
     std::optional<ControlError> useMusicFolders(const QStringList& folders);
     void rolesChanged();
