@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <atomic>
 
+#include <unistd.h>
+
 namespace merlode {
 
 namespace {
@@ -40,6 +42,11 @@ void GCDAsyncSocketDelegate::socketDidDisconnect(const SocketPtr&, const QString
 
 QByteArray GCDAsyncSocket::CRLFData() {
     return QByteArrayLiteral("\r\n");
+}
+
+qsizetype GCDAsyncSocket::mostReadBytes() {
+    static const auto memory = static_cast<qsizetype>(::sysconf(_SC_PHYS_PAGES)) * ::sysconf(_SC_PAGESIZE);
+    return std::max(kLeastReadLimit, memory / kMemoryShare);
 }
 
 GCDAsyncSocket::GCDAsyncSocket(std::weak_ptr<GCDAsyncSocketDelegate> delegate, RunLoop& delegateQueue,
@@ -203,7 +210,7 @@ void GCDAsyncSocket::receive() {
     serveReads();
     if (came.ended)
         return close(*came.ended);
-    if (!reads_.empty() && preBuffer_.availableBytes() > kMostReadBytes) {
+    if (!reads_.empty() && preBuffer_.availableBytes() > mostReadBytes()) {
         qCWarning(log) << description() << "sends a message without an end: it is given up";
         close(QStringLiteral("a message was longer than any is"));
     }

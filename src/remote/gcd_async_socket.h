@@ -45,9 +45,13 @@ class GCDAsyncSocket final : public std::enable_shared_from_this<GCDAsyncSocket>
     /// When so much waits to be sent and more is to be written, the peer has stopped reading: it is
     /// disconnected. One message of any size always passes.
     static constexpr qsizetype kMostQueuedBytes = 64 * 1024 * 1024;
-    /// The most that one read may bring together; a peer that sends more without a separator is disconnected.
-    /// Several times what a picture of the largest size that is decoded takes on the wire.
-    static constexpr qsizetype kMostReadBytes = 256 * 1024 * 1024;
+    /// The most that one read may bring together: a message has no limit of its own, but what takes this
+    /// share of the machine's memory could not be handled, and the peer that sends it is disconnected. On a
+    /// small machine `kLeastReadLimit`, several times what a picture of the largest size that is decoded
+    /// takes on the wire.
+    static qsizetype mostReadBytes();
+    static constexpr qsizetype kMemoryShare = 16;
+    static constexpr qsizetype kLeastReadLimit = 256 * 1024 * 1024;
     /// How many peers of one listening socket can be connected at a time; more are turned away.
     static constexpr int kMostAcceptedSockets = 64;
 
