@@ -125,10 +125,10 @@ void LinkCommands::lookAround(std::function<void()> then) {
 void LinkCommands::endLooks() {
     const bool looked = !controller_.discoveringHosts();
     const double now = session_.runLoop().uptime();
-    const auto ended = std::ranges::stable_partition(
-        looks_, [&](const auto& pending) { return !looked && pending.limit > now; });
-    const std::vector<PendingLook> over(ended.begin(), ended.end());
-    looks_.erase(ended.begin(), ended.end());
+    const auto ended = std::stable_partition(
+        looks_.begin(), looks_.end(), [&](const auto& pending) { return !looked && pending.limit > now; });
+    const std::vector<PendingLook> over(ended, looks_.end());
+    looks_.erase(ended, looks_.end());
     if (looks_.empty())
         looking_.invalidate();
     for (const auto& pending : over)

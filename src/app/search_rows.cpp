@@ -16,7 +16,7 @@ namespace {
 
 struct Service {
     QLatin1String word; ///< by which people choose it
-    MusicItemSourceType service;
+    MusicItemSourceType service = {};
     ItemSourceType source;
 };
 

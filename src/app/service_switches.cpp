@@ -12,9 +12,9 @@ namespace merlode {
 namespace {
 
 struct Switch {
-    const char* word;
-    MusicItemSourceType service;
-    DefaultsKey<bool> enabled;
+    const char* word = nullptr;
+    MusicItemSourceType service = {};
+    DefaultsKey<bool> enabled = {};
 };
 
 constexpr std::array kSwitches{

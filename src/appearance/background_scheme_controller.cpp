@@ -51,7 +51,7 @@ void BackgroundSchemeController::prepareForNewScheme() {
 }
 
 void BackgroundSchemeController::getNewScheme() {
-    const Image art = currentArt();
+    const Image& art = currentArt();
     if (art == sSharedAlbumArtworkImage())
         return resetScheme();
     session_.queue(kAnalysisQueue)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -36,7 +37,9 @@ bool isSaturated(QRgb pixel) {
 
 /// The pixel of just this colour; nothing for one between the steps of a pixel.
 std::optional<QRgb> pixelOf(const Color& color) {
-    const auto step = [](double component) { return static_cast<int>(component * kMostOfPixel + 0.5); };
+    const auto step = [](double component) {
+        return static_cast<int>(std::lround(component * kMostOfPixel));
+    };
     const QRgb pixel = qRgba(step(color.red), step(color.green), step(color.blue), step(color.alpha));
     return colorOf(pixel) == color ? std::optional(pixel) : std::nullopt;
 }
@@ -184,8 +187,8 @@ std::vector<quint32> SLColorArt::textCandidates(Counter& imageColors, bool isDar
         ++ends[counts[place]];
     }
     quint32 before = 0;
-    for (auto end = ends.rbegin(); end != ends.rend(); ++end)
-        before += std::exchange(*end, before);
+    for (std::size_t count = ends.size(); count-- > 0;)
+        before += std::exchange(ends[count], before);
     std::vector<quint32> ordered(before);
     for (quint32 place = 0; place < entries.size(); ++place) {
         if (counts[place] != kNoCandidate)

@@ -319,7 +319,7 @@ QString readOptions(const Sorted& sorted, const WordEntry& entry, Command& comma
     command.wait = sorted.options & kWait;
     if (command.wait && !command.follow)
         return QStringLiteral("--wait goes with --follow");
-    if (const auto wrong = readValues(sorted, command); !wrong.isEmpty())
+    if (auto wrong = readValues(sorted, command); !wrong.isEmpty())
         return wrong;
     if (!(sorted.options & kFormat))
         return {};

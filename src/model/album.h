@@ -107,7 +107,7 @@ class Album final : public MusicItem {
     /// Takes over the tracks that a service tells. One equal to a track of the same number here, or else of
     /// the same number alone, gives that one its keys and services; one that fits nowhere becomes a row. The
     /// list stays sorted by number. Main thread.
-    void mergeTracks(const std::vector<std::shared_ptr<Track>>& tracks);
+    void mergeTracks(const std::vector<std::shared_ptr<Track>>& incoming);
 
     /// Looks for art in the iTunes store, where it has none then at Spotify, then at Last.fm. Each step is a
     /// start of its own for who knows that the former ones are of no use. Nothing happens while art is being

@@ -54,6 +54,7 @@ std::vector<HttpClient::Reply> SigningHttpClient::sendAll(const std::vector<Http
     if (!token)
         return std::vector<Reply>(requests.size());
     std::vector<HttpRequest> signedRequests;
+    signedRequests.reserve(requests.size());
     for (const auto& request : requests)
         signedRequests.push_back(wantsSignature(request) ? withToken(request, *token) : request);
     return client_->sendAll(signedRequests, cancellation);

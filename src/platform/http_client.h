@@ -72,6 +72,7 @@ class HttpClient {
     virtual std::vector<Reply> sendAll(const std::vector<HttpRequest>& requests,
                                        const HttpCancellation& cancellation) {
         std::vector<Reply> replies;
+        replies.reserve(requests.size());
         for (const auto& request : requests)
             replies.push_back(cancellation.isCancelled() ? std::nullopt : send(request, cancellation));
         return replies;

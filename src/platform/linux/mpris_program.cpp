@@ -16,7 +16,7 @@ Q_LOGGING_CATEGORY(lcProgram, "merlode.platform", QtWarningMsg)
 
 // An application that is started through its bus name has, by the desktop entry standard, an object of that
 // name.
-bool activate(QDBusConnection connection, const QString& id) {
+bool activate(const QDBusConnection& connection, const QString& id) {
     const QString path = u'/' + QString(id).replace(u'.', u'/').replace(u'-', u'_');
     auto call = QDBusMessage::createMethodCall(id, path, u"org.freedesktop.Application"_qs, u"Activate"_qs);
     call.setArguments({QVariantMap()});
@@ -26,7 +26,7 @@ bool activate(QDBusConnection connection, const QString& id) {
 } // namespace
 
 MprisProgram::MprisProgram(const QDBusConnection& connection, RunLoop& runLoop, MprisProgramOptions options)
-    : connection_(std::move(connection)), runLoop_(runLoop), options_(std::move(options)) {}
+    : connection_(connection), runLoop_(runLoop), options_(std::move(options)) {}
 
 MprisProgram::~MprisProgram() {
     if (player_)

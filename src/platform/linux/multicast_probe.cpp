@@ -30,7 +30,7 @@ QString portProblem() {
     address.sin_family = AF_INET;
     address.sin_port = htons(kMulticastDnsPort);
     const bool bound = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    const QString error = bound ? QString() : QString::fromLocal8Bit(strerror(errno));
+    QString error = bound ? QString() : QString::fromLocal8Bit(strerror(errno));
     close(probe);
     return error;
 }

@@ -33,6 +33,7 @@ std::vector<SocketAddress> ResolvedAddresses::inOrder(quint16 port) const {
     auto hosts = hosts_;
     std::ranges::stable_sort(hosts, {}, rank);
     std::vector<SocketAddress> addresses;
+    addresses.reserve(hosts.size());
     for (const auto& host : hosts)
         addresses.push_back({host, port});
     return addresses;
