@@ -127,7 +127,8 @@ void LinkCommands::endLooks() {
     const double now = session_.runLoop().uptime();
     const auto ended = std::stable_partition(
         looks_.begin(), looks_.end(), [&](const auto& pending) { return !looked && pending.limit > now; });
-    const std::vector<PendingLook> over(ended, looks_.end());
+    std::vector<PendingLook> over;
+    std::move(ended, looks_.end(), std::back_inserter(over));
     looks_.erase(ended, looks_.end());
     if (looks_.empty())
         looking_.invalidate();
