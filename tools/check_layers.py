@@ -33,7 +33,7 @@ ROWS = [
 ASIDE = {
     "platform/linux": ["base", "platform"],
     "main": ["app", "ctl"],
-    "modules": ["base", "platform", "platform/linux", "ui/widgets", "app"],
+    "modules": ["base", "platform", "platform/linux", "ui", "ui/widgets", "app"],
     "page": ["base", "platform"],
     "ctl": ["base"],
 }

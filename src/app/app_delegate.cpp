@@ -87,7 +87,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::makeSharedControllers() {
-    controllers_.makeBackgroundSchemeController();
+    windows_.makeBackgroundSchemeController();
     controllers_.makeHotkeyManager();
     controllers_.findPlayers();
     PlayerController::sharedController();

@@ -2,6 +2,7 @@
 
 #include "base/notification_center.h"
 #include "base/session.h"
+#include "ui/windows_link.h"
 
 #include <QString>
 
@@ -18,35 +19,11 @@ class ControllersLink {
     virtual ~ControllersLink() = default;
     /// Finds the programs behind the players' roles, just before the first look at them.
     virtual void findPlayers() {}
-    virtual void makeBackgroundSchemeController() {}
     virtual void makeHotkeyManager() {}
     virtual void makeRemoteActionController() {}
     virtual void makeLastFMController() {}
     /// Gets the Pandora page ready to sign in.
     virtual void preparePandoraForLogIn() {}
-};
-
-/// The item in the bar, the panel and the windows. Window identities are only compared with the objects of
-/// notifications; null stands for a window that is not there.
-class WindowsLink {
-  public:
-    virtual ~WindowsLink() = default;
-    /// Keeps the program out of task bars.
-    virtual void useAccessoryPolicy() {}
-    virtual void setupStatusItem() {}
-    virtual void removeStatusItem() {}
-    virtual void updateStatusItemText(const QString&) {}
-    virtual void loadWindowControllers() {}
-    virtual const void* panelWindow() const { return nullptr; }
-    virtual const void* mainWindow() const { return nullptr; }
-    virtual const void* settingsWindow() const { return nullptr; }
-    virtual const void* lastFMWindow() const { return nullptr; }
-    /// Whether the panel or the main window has the keyboard.
-    virtual bool panelOrMainWindowIsKey() const { return false; }
-    virtual void showPanel() {}
-    virtual void bringMainWindowForward() {}
-    /// One of the window notifications that the launch observes has come.
-    virtual void windowNotification(const Notification&) {}
 };
 
 /// The link to other machines on the network.

@@ -11,11 +11,13 @@ namespace merlode {
 
 struct ControlActions;
 struct ControlError;
+class WindowsLink;
 
 /// How the program was started.
 struct ApplicationOptions {
     bool headless = false;
     bool demo = false;
+    bool window = false;    ///< a window in place of the item in the bar
     bool serve = false;     ///< lets other machines control this one, from now on
     QString resourceFolder; ///< holds "Defaults.plist"
     QString demoFolder;     ///< holds the demo's home; empty without --demo
@@ -45,6 +47,7 @@ class Application {
 
     void installPorts();
     void installLinks();
+    std::unique_ptr<WindowsLink> makeWindows();
     void serveBus();
     void addPlayerActions(ControlActions& actions);
     void addMusicActions(ControlActions& actions);

@@ -4,6 +4,7 @@
 #include "base/session.h"
 #include "platform/alerts.h"
 #include "platform/media_library.h"
+#include "ui/windows_link.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -57,6 +58,12 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv) {
 std::unique_ptr<Alerts> makeAlerts(RunLoop& loop) {
     const auto make = find<Alerts*(RunLoop*)>(QStringLiteral("merlode-widgets"), "merlodeMakeAlerts");
     return std::unique_ptr<Alerts>(make ? make(&loop) : nullptr);
+}
+
+std::unique_ptr<WindowsLink> makeWindows(Session& session, const WindowOptions& options) {
+    const auto make = find<WindowsLink*(Session*, const WindowOptions*)>(QStringLiteral("merlode-widgets"),
+                                                                         "merlodeMakeWindows");
+    return std::unique_ptr<WindowsLink>(make ? make(&session, &options) : nullptr);
 }
 
 bool makeDemoAlbum(const QString& folder, int index) {

@@ -20,6 +20,8 @@ class MediaLibrary;
 struct MpdAddress;
 class RunLoop;
 class Session;
+class WindowsLink;
+struct WindowOptions;
 
 /// Parts of the program that are loaded when they are needed, from ../lib/merlode beside the executable. A
 /// module that cannot be loaded is reported once in the log; what it would have done is then not there. Any
@@ -31,6 +33,10 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv);
 
 /// Alerts as message boxes; null where the module is missing.
 std::unique_ptr<Alerts> makeAlerts(RunLoop& loop);
+
+/// The windows and the item in the bar, by Qt's widgets; the session must have all that they ask. Main
+/// thread. Null where the module is missing.
+std::unique_ptr<WindowsLink> makeWindows(Session& session, const WindowOptions& options);
 
 /// Makes one album of the demo's music below `folder`, counted as in `demoCatalogue`, or all that are not
 /// there yet, or until `stop` is set. Blocks for seconds: not on the main thread. False where it cannot be

@@ -31,6 +31,7 @@ constexpr int kUsage = 2;
 struct Arguments {
     bool headless = false;
     bool demo = false;
+    bool window = false;
     bool serve = false;
     bool doctor = false;
     std::optional<int> exitCode; ///< set when there is nothing to run
@@ -51,6 +52,9 @@ Arguments readArguments(int argc, char** argv) {
         "and with the media keys."));
     const QCommandLineOption headless(QStringLiteral("headless"),
                                       QStringLiteral("Run without windows; needs no display."));
+    const QCommandLineOption window(
+        QStringLiteral("window"),
+        QStringLiteral("Show the panel as a window, with no item in the desktop's bar."));
     const QCommandLineOption demo(
         QStringLiteral("demo"),
         QStringLiteral(
@@ -66,7 +70,7 @@ Arguments readArguments(int argc, char** argv) {
                                   QStringLiteral("Show this help and end."));
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Show the version and end."));
-    parser.addOptions({headless, demo, serve, doctor, help, version});
+    parser.addOptions({headless, window, demo, serve, doctor, help, version});
     Arguments arguments;
     if (!parser.parse(words) || !parser.positionalArguments().isEmpty()) {
         const QString reason = parser.errorText().isEmpty()
@@ -82,6 +86,7 @@ Arguments readArguments(int argc, char** argv) {
         arguments.exitCode = 0;
     }
     arguments.headless = parser.isSet(headless);
+    arguments.window = parser.isSet(window);
     arguments.demo = parser.isSet(demo);
     arguments.serve = parser.isSet(serve);
     arguments.doctor = parser.isSet(doctor);
@@ -114,8 +119,8 @@ int runApplication(const Arguments& arguments, const QString& demoFolder) {
                           .arg(bus.lastError().message()));
         return kCannotRun;
     }
-    Application application(
-        {arguments.headless, arguments.demo, arguments.serve, resourceFolder(), demoFolder});
+    Application application({arguments.headless, arguments.demo, arguments.window, arguments.serve,
+                             resourceFolder(), demoFolder});
     if (!application.becomeTheInstance()) {
         if (arguments.demo) {
             print(stderr, QStringLiteral(

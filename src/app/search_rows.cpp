@@ -78,45 +78,6 @@ QJsonArray reportsOf(const std::vector<StepReport>& steps) {
     return reports;
 }
 
-ItemSourceType sourcesOf(const std::shared_ptr<Track>& track) {
-    return track->sourceType();
-}
-ItemSourceType sourcesOf(const std::shared_ptr<Album>& album) {
-    return album->sourceType();
-}
-ItemSourceType sourcesOf(const PandoraItem&) {
-    return ItemSourceType::Pandora;
-}
-
-// Plays on the service, or with none where it suits best.
-void playOn(const std::shared_ptr<Track>& track, std::optional<MusicItemSourceType> service) {
-    auto& controller = PlayerController::sharedController();
-    if (service == MusicItemSourceType::iTunes)
-        controller.playiTunesTrack(track, std::nullopt, std::nullopt);
-    else if (service == MusicItemSourceType::Spotify)
-        controller.playSpotifyTrack(track, std::nullopt, std::nullopt);
-    else if (service == MusicItemSourceType::Rdio)
-        controller.playRdioTrack(track, std::nullopt, std::nullopt);
-    else
-        controller.findAndPlayTrack(track);
-}
-
-void playOn(const std::shared_ptr<Album>& album, std::optional<MusicItemSourceType> service) {
-    auto& controller = PlayerController::sharedController();
-    if (service == MusicItemSourceType::iTunes)
-        controller.playiTunesAlbum(album, std::nullopt, std::nullopt);
-    else if (service == MusicItemSourceType::Spotify)
-        controller.playSpotifyAlbum(album, std::nullopt, std::nullopt);
-    else if (service == MusicItemSourceType::Rdio)
-        controller.playRdioAlbum(album, std::nullopt, std::nullopt);
-    else
-        controller.findAndPlayAlbum(album);
-}
-
-void playOn(const PandoraItem& item, std::optional<MusicItemSourceType>) {
-    PlayerController::sharedController().playPandoraItem(item, std::nullopt, std::nullopt);
-}
-
 } // namespace
 
 SearchRows::SearchRows(Session& session, DivertedAlerts& alerts) : session_(session), alerts_(alerts) {
@@ -183,13 +144,11 @@ SearchRows::Answer SearchRows::play(uint row, const QString& service) {
         std::ranges::find(kServices, service, [](const auto& known) { return QString(known.word); });
     if (!service.isEmpty() && wanted == kServices.end())
         return invalid(QStringLiteral("There is no service '%1'.").arg(service));
-    const Row& item = rows_[row - 1];
-    const auto sources = std::visit([](const auto& found) { return sourcesOf(found); }, item);
-    if (!service.isEmpty() && !sources.contains(wanted->source))
+    const PlayableItem& item = rows_[row - 1];
+    if (!service.isEmpty() && !sourcesOf(item).contains(wanted->source))
         return invalid(QStringLiteral("Row %1 is not on '%2'.").arg(row).arg(service));
     const auto where = service.isEmpty() ? std::nullopt : std::optional(wanted->service);
-    const auto alert =
-        alerts_.during([&] { std::visit([&](const auto& found) { playOn(found, where); }, item); });
+    const auto alert = alerts_.during([&] { playItem(item, where); });
     if (!alert)
         return QString();
     const QString text = alert->messageText + QStringLiteral(": ") + alert->informativeText;

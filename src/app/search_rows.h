@@ -2,7 +2,7 @@
 
 #include "app/control_service.h"
 #include "app/diverted_alerts.h"
-#include "model/pandora_item.h"
+#include "search/playable_item.h"
 
 #include <QJsonObject>
 
@@ -12,9 +12,6 @@
 #include <vector>
 
 namespace merlode {
-
-class Album;
-class Track;
 
 /// Searches for whoever asks over the bus, and plays what was found by its row. Rows are numbered from 1
 /// through tracks, albums and stations, and keep their numbers until the next search has finished, whoever
@@ -33,8 +30,6 @@ class SearchRows {
     Answer play(uint row, const QString& service);
 
   private:
-    using Row = std::variant<std::shared_ptr<Track>, std::shared_ptr<Album>, PandoraItem>;
-
     void searchBegan();
     void searchFinished();
     void numberRows();
@@ -43,7 +38,7 @@ class SearchRows {
     Session& session_;
     DivertedAlerts& alerts_;
     QString term_; ///< last searched for here; the controller forgets it when a host does not answer
-    std::vector<Row> rows_;
+    std::vector<PlayableItem> rows_;
     std::function<void(const Answer&)> waiting_;
     std::vector<Observation> observations_;
 };

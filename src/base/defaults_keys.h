@@ -36,6 +36,8 @@ inline constexpr DefaultsKey<bool> kEnablePandora{"Enable Pandora"};
 inline constexpr DefaultsKey<bool> kPlayingNotifications{"Playing Notifications"};
 inline constexpr DefaultsKey<bool> kFavoriteNotifications{"Favorite Notifications"};
 inline constexpr DefaultsKey<bool> kArtistSongMenuBar{"Artist/Song Menu Bar"};
+/// Set once the user has been told why the panel is a window.
+inline constexpr DefaultsKey<bool> kToldOfMissingBar{"Told Of Missing Bar"};
 inline constexpr DefaultsKey<bool> kShowRemoteActivity{"Show Remote Activity"};
 /// Read at start only; the settings write `kEnableHotkeys`. The two differ for historical reasons.
 inline constexpr DefaultsKey<bool> kHotkeysEnabled{"Hotkeys Enabled"};

@@ -44,7 +44,12 @@ class FakeScriptedPlayer final : public ScriptedPlayer {
         return inLibrary;
     }
     PlayerCapabilities capabilities() override {
-        return {.canPlay = true, .canPause = true, .canSeek = true, .canSetVolume = volume.has_value()};
+        return {.canPlay = true,
+                .canPause = true,
+                .canGoNext = true,
+                .canGoPrevious = true,
+                .canSeek = true,
+                .canSetVolume = volume.has_value()};
     }
 
     /// Lets it play a track with these names.

@@ -1,0 +1,451 @@
+#include "ui/widgets/panel_window.h"
+
+#include "appearance/background_scheme_controller.h"
+#include "base/notification_names.h"
+#include "base/session.h"
+#include "ui/widgets/art_view.h"
+#include "ui/widgets/compositing.h"
+#include "ui/widgets/control_button.h"
+#include "ui/widgets/cross_fade.h"
+#include "ui/widgets/elided_label.h"
+#include "ui/widgets/entry_menu.h"
+#include "ui/widgets/results_list.h"
+#include "ui/widgets/text_button.h"
+#include "ui/widgets/volume_slider.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QVBoxLayout>
+
+namespace merlode {
+
+namespace {
+
+constexpr int kGrowthMilliseconds = 180;
+constexpr Qt::WindowFlags kDropDown = Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint;
+
+QPixmap magnifier(const QColor& color, double scale) {
+    constexpr int kSide = 16;
+    QPixmap picture(QSize(kSide, kSide) * scale);
+    picture.setDevicePixelRatio(scale);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(color, 1.6, Qt::SolidLine, Qt::RoundCap));
+    painter.drawEllipse(QPointF(7, 7), 4.2, 4.2);
+    painter.drawLine(QPointF(10.2, 10.2), QPointF(13.2, 13.2));
+    return picture;
+}
+
+} // namespace
+
+PanelWindow::PanelWindow(Session& session, PanelViewController& controller)
+    : QWidget(nullptr, kDropDown),
+      session_(session),
+      controller_(controller),
+      desktop_(session.port<DesktopSettings>()) {
+    setObjectName(QStringLiteral("Panel"));
+    setWindowTitle(QStringLiteral("Merlode"));
+    setAccessibleName(QStringLiteral("Merlode"));
+    setAttribute(Qt::WA_TranslucentBackground);
+    setFocusPolicy(Qt::ClickFocus);
+    setFixedWidth(panelsize::kWidth);
+    body_ = new QWidget(this);
+    auto* column = new QVBoxLayout(body_);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    makeTop();
+    makeTransport();
+    makeSearch();
+    makeResults();
+    makeShortcuts();
+    hostMenu_ = new QMenu(this);
+    fade_ = new CrossFade(this);
+    growth_.setDuration(kGrowthMilliseconds);
+    growth_.setEasingCurve(QEasingCurve::OutCubic);
+    connect(&growth_, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& value) { setGeometry(value.toRect()); });
+    controller_.setView(this);
+    showScheme();
+    for (const auto part : {PanelPart::Track, PanelPart::Art, PanelPart::PlayState, PanelPart::Volume,
+                            PanelPart::Server, PanelPart::Results, PanelPart::Label})
+        update(part);
+    controller_.setMetrics(metrics());
+    frame_ = QRect(0, 0, panelsize::kWidth, static_cast<int>(controller_.contentHeight()));
+    setGeometry(frame_);
+}
+
+PanelWindow::~PanelWindow() {
+    controller_.setView(nullptr);
+    controller_.setWindow(nullptr);
+}
+
+PanelMetrics PanelWindow::metrics() const {
+    PanelMetrics metrics;
+    metrics.top = panelsize::kArt + panelsize::kTransport + panelsize::kSearch +
+                  (standalone_ ? 0 : panelsize::kArrowHeight);
+    metrics.header = QFontMetrics(panelfont::header()).height() + 8;
+    metrics.row = ResultsDelegate::rowHeight();
+    metrics.seeMore = tables_[0].seeMore->sizeHint().height();
+    metrics.notice = 2 * QFontMetrics(panelfont::small()).lineSpacing() + 8;
+    return metrics;
+}
+
+// The window.
+
+QRect PanelWindow::frame() const {
+    return frame_;
+}
+
+void PanelWindow::setFrame(const QRect& frame, bool animate) {
+    growth_.stop();
+    const QRect from = geometry();
+    frame_ = frame;
+    if (!animate || desktop_.reducedMotion())
+        return setGeometry(frame);
+    growth_.setStartValue(from);
+    growth_.setEndValue(frame);
+    growth_.start();
+}
+
+void PanelWindow::moveEvent(QMoveEvent*) {
+    if (growth_.state() != QVariantAnimation::Running)
+        frame_.moveTopLeft(geometry().topLeft());
+}
+
+bool PanelWindow::isKey() const {
+    return QWidget::isVisible() && (isActiveWindow() || windowType() == Qt::Popup);
+}
+
+void PanelWindow::makeKeyAndOrderFront() {
+    shapeWindow();
+    show();
+    raise();
+    activateWindow();
+    setFocus(Qt::PopupFocusReason);
+}
+
+void PanelWindow::setStandalone(bool standalone) {
+    if (standalone_ == standalone)
+        return;
+    standalone_ = standalone;
+    setWindowFlags(standalone ? Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                                    Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint
+                              : kDropDown);
+    setAttribute(Qt::WA_TranslucentBackground, !standalone);
+    art_->setCornerRadius(standalone ? 0 : panelsize::kCornerRadius);
+    controller_.setMetrics(metrics());
+    placeBody();
+}
+
+void PanelWindow::setArrow(double arrow, bool barBelow) {
+    arrow_ = arrow;
+    barBelow_ = barBelow;
+    placeBody();
+    shapeWindow();
+    QWidget::update();
+}
+
+void PanelWindow::placeBody() {
+    const int arrow = standalone_ ? 0 : panelsize::kArrowHeight;
+    body_->setGeometry(rect().adjusted(0, barBelow_ ? 0 : arrow, 0, barBelow_ ? -arrow : 0));
+}
+
+QPainterPath PanelWindow::outline() const {
+    QPainterPath path;
+    if (standalone_) {
+        path.addRect(rect());
+        return path;
+    }
+    path.addRoundedRect(QRectF(body_->geometry()).adjusted(0.5, 0.5, -0.5, -0.5), panelsize::kCornerRadius,
+                        panelsize::kCornerRadius);
+    if (arrow_ < 0)
+        return path;
+    constexpr double kNearest = panelsize::kCornerRadius + panelsize::kArrowHalfWidth;
+    const double x = std::clamp(arrow_, kNearest, width() - kNearest);
+    const double base = barBelow_ ? body_->geometry().bottom() : body_->geometry().top() + 1;
+    const double tip = barBelow_ ? height() - 0.5 : 0.5;
+    QPainterPath arrow;
+    arrow.addPolygon(QPolygonF({QPointF(x - panelsize::kArrowHalfWidth, base), QPointF(x, tip),
+                                QPointF(x + panelsize::kArrowHalfWidth, base)}));
+    arrow.closeSubpath();
+    return path.united(arrow);
+}
+
+// Where nothing mixes the windows' pictures, what is outside the shape would be black.
+void PanelWindow::shapeWindow() {
+    if (standalone_ || isComposited())
+        clearMask();
+    else
+        setMask(QRegion(outline().toFillPolygon().toPolygon()));
+}
+
+void PanelWindow::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(standalone_ ? QPen(Qt::NoPen) : QPen(colors_.line, 1));
+    painter.setBrush(colors_.background);
+    painter.drawPath(outline());
+}
+
+void PanelWindow::resizeEvent(QResizeEvent*) {
+    placeBody();
+    if (!mask().isEmpty())
+        shapeWindow();
+    fade_->resize(size());
+}
+
+void PanelWindow::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    growth_.stop();
+    setGeometry(frame_);
+    session_.runLoop().async(
+        [&center = session_.notificationCenter(), window = static_cast<const PanelWindowPart*>(this)] {
+            center.post(notifications::kWindowDidResignKey, window);
+        });
+}
+
+void PanelWindow::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange)
+        controller_.setMetrics(metrics());
+}
+
+void PanelWindow::makeFirstResponder() {
+    // Somebody who works with the keyboard stays at the control that was used.
+    if (search_->hasFocus())
+        setFocus(Qt::OtherFocusReason);
+}
+
+void PanelWindow::selectSearchField() {
+    search_->setFocus(Qt::ShortcutFocusReason);
+    search_->selectAll();
+}
+
+// Keys.
+
+void PanelWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape)
+        return dismiss();
+    if (event->key() == Qt::Key_Space)
+        return controller_.controls().playPause();
+    if (event->key() == Qt::Key_Down)
+        return enterResults();
+    if (event->key() == Qt::Key_Slash)
+        return selectSearchField();
+    event->ignore();
+}
+
+bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == search_ && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() == Qt::Key_Down && key->modifiers() == Qt::NoModifier) {
+            enterResults();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+// From within outwards: what was written, what was found, the panel.
+void PanelWindow::dismiss() {
+    if (search_->text().isEmpty() && controller_.displayState() == PanelDisplayState::None)
+        return hide();
+    search_->clear();
+    controller_.clearSearch();
+}
+
+void PanelWindow::enterResults() {
+    for (std::size_t table = 0; table < kPanelTables; ++table) {
+        if (!controller_.rows(static_cast<PanelTable>(table)).empty() && tables_[table].list->isVisible())
+            return tables_[table].list->enter(true);
+    }
+    if (!search_->hasFocus())
+        search_->setFocus(Qt::TabFocusReason);
+}
+
+void PanelWindow::changeVolume(int difference) {
+    auto& controls = controller_.controls();
+    if (controls.canSetVolume())
+        controls.setVolume(std::clamp(controls.volume() + difference, 0, 100), SliderEvent::Set);
+}
+
+// What is shown.
+
+void PanelWindow::update(PanelPart part) {
+    switch (part) {
+    case PanelPart::Track:
+        return showTrack();
+    case PanelPart::Art:
+        return showArt();
+    case PanelPart::PlayState:
+        return showPlayState();
+    case PanelPart::Volume:
+        return showVolume();
+    case PanelPart::Position:
+        return showPosition();
+    case PanelPart::Scheme:
+        return showScheme();
+    case PanelPart::Server:
+        return showServer();
+    case PanelPart::Results:
+        return showResults();
+    case PanelPart::Label:
+        return showLabel();
+    case PanelPart::Search:
+        if (!search_->hasFocus() && search_->text() != controller_.searchText())
+            search_->setText(controller_.searchText());
+    }
+}
+
+double PanelWindow::fadeTime() const {
+    return desktop_.reducedMotion() ? 0 : controller_.scheme().fadeTime;
+}
+
+void PanelWindow::showTrack() {
+    const auto& controls = controller_.controls();
+    track_->setPlainText(controls.trackName());
+    artist_->setPlainText(controls.artistName());
+    album_->setPlainText(controls.albumName());
+    hintTitle_->setPlainText(controller_.emptyTitle());
+    hint_->setPlainText(controller_.emptyText());
+    for (auto* label : {track_, artist_, album_, hintTitle_, hint_})
+        label->setVisible(!label->text().isEmpty());
+    favorite_->setImage(controls.isFavorite() ? controller_.scheme().images().heartOnImage
+                                              : controller_.scheme().images().heartOffImage);
+    favorite_->setAction(controls.favoriteToolTip(), QStringLiteral("Ctrl+D"));
+    favorite_->setEnabled(controls.canFavorite());
+    previous_->setEnabled(controls.canGoPrevious());
+    next_->setEnabled(controls.canGoNext());
+    art_->setVisible(controller_.hasAlbumArt() && hintTitle_->text().isEmpty());
+    showPosition();
+}
+
+void PanelWindow::showArt() {
+    fade_->begin(fadeTime());
+    art_->setArt(controller_.albumArt());
+    showTrack();
+}
+
+void PanelWindow::showPlayState() {
+    const auto& controls = controller_.controls();
+    const auto& images = controller_.scheme().images();
+    play_->setImage(controls.isPlaying() ? images.pauseImage : images.playImage);
+    play_->setAction(controls.playToolTip(), QStringLiteral("Space"));
+    play_->setEnabled(controls.canPlay());
+    previous_->setEnabled(controls.canGoPrevious());
+    next_->setEnabled(controls.canGoNext());
+}
+
+void PanelWindow::showVolume() {
+    const auto& controls = controller_.controls();
+    const auto& images = controller_.scheme().images();
+    const QSignalBlocker quiet(volume_);
+    if (!volume_->isSliderDown())
+        volume_->setValue(controls.volume());
+    volume_->setEnabled(controls.canSetVolume());
+    volume_->setToolTip(QStringLiteral("Volume %1").arg(controls.volume()));
+    mute_->setImage(controls.isMuted() ? images.muteOnImage : images.muteOffImage);
+    mute_->setAction(controls.muteToolTip(), QStringLiteral("Ctrl+M"));
+    mute_->setEnabled(controls.canSetVolume());
+}
+
+void PanelWindow::showPosition() {
+    const QString text = controller_.controls().positionText();
+    if (position_->text() != text)
+        position_->setText(text);
+    position_->setVisible(!text.isEmpty());
+    position_->setToolTip(QStringLiteral("Time passed or left"));
+}
+
+void PanelWindow::showServer() {
+    const QString text = controller_.remoteClient().text();
+    host_->setText(text);
+    host_->setToolTip(QStringLiteral("Which machine's players are controlled"));
+    host_->setAccessibleDescription(host_->toolTip());
+    host_->setWantedWidth(static_cast<int>(
+        RemoteClientControl::buttonWidth(host_->fontMetrics().horizontalAdvance(text), host_->arrowWidth())));
+    if (hostMenu_->isVisible())
+        fillMenu(*hostMenu_, controller_.remoteClient().remoteClientMenu());
+    showTrack();
+}
+
+void PanelWindow::openHostMenu() {
+    fillMenu(*hostMenu_, controller_.remoteClient().triangleButtonSelected());
+    const QPoint corner(host_->layoutDirection() == Qt::RightToLeft ? host_->width() : 0, host_->height());
+    hostMenu_->popup(host_->mapToGlobal(corner));
+}
+
+void PanelWindow::showResults() {
+    for (std::size_t table = 0; table < kPanelTables; ++table)
+        tables_[table].list->reloadData(controller_.rows(static_cast<PanelTable>(table)));
+}
+
+void PanelWindow::showLabel() {
+    const auto& sections = controller_.sections();
+    const auto height = [](double points) { return static_cast<int>(points); };
+    loading_->setText(controller_.loadingLabel());
+    loading_->setFixedHeight(height(sections.loading));
+    loading_->setVisible(sections.loading > 0);
+    for (std::size_t table = 0; table < kPanelTables; ++table) {
+        const auto& heights = sections.tables[table];
+        auto& view = tables_[table];
+        view.section->setVisible(heights.total() > 0);
+        view.section->setFixedHeight(height(heights.total()));
+        view.header->setFixedHeight(height(heights.header));
+        view.list->setFixedHeight(height(heights.table));
+        view.seeMore->setVisible(heights.seeMore > 0);
+    }
+    notice_->setPlainText(controller_.notice());
+    notice_->setVisible(sections.notice > 0);
+    results_->setVisible(sections.total() > 0);
+}
+
+void PanelWindow::showScheme() {
+    const auto colors = PanelColors::of(controller_.scheme());
+    if (colors != colors_)
+        fade_->begin(fadeTime());
+    colors_ = colors;
+    colourWidgets();
+    showPlayState();
+    showVolume();
+    showTrack();
+    QWidget::update();
+}
+
+void PanelWindow::colourWidgets() {
+    const auto& images = controller_.scheme().images();
+    art_->setBackground(colors_.background);
+    for (auto* label : {track_, hintTitle_})
+        label->setColor(colors_.text);
+    for (auto* label : {artist_, album_, hint_, notice_})
+        label->setColor(colors_.dimText);
+    for (auto* button : {previous_, play_, next_, favorite_, mute_})
+        button->setColors(colors_.control, colors_.highlight);
+    for (auto* button : {position_, host_})
+        button->setColors(colors_.dimText, colors_.highlight);
+    previous_->setImage(images.previousImage);
+    previous_->setAction(QStringLiteral("Previous"), QStringLiteral("Ctrl+Left"));
+    next_->setImage(images.nextImage);
+    next_->setAction(QStringLiteral("Next"), QStringLiteral("Ctrl+Right"));
+    volume_->setImages(images.sliderBarImage, images.sliderKnobImage, colors_.control);
+    QPalette label = loading_->palette();
+    label.setColor(QPalette::WindowText, colors_.dimText);
+    loading_->setPalette(label);
+    for (auto& table : tables_) {
+        table.header->setColor(colors_.dimText);
+        table.list->setColors(colors_);
+        table.seeMore->setColors(colors_.dimText, colors_.highlight);
+    }
+    QIcon icon;
+    icon.addPixmap(magnifier(colors_.dimText, devicePixelRatioF()), QIcon::Disabled);
+    searchIcon_->setIcon(icon);
+    search_->setStyleSheet(
+        QStringLiteral("QLineEdit { border: 1px solid %1; border-radius: 8px; padding: 5px 9px; "
+                       "background: %2; color: %3; "
+                       "selection-background-color: %3; selection-color: %2; }"
+                       "QLineEdit:focus { border: 2px solid %3; padding: 4px 8px; }")
+            .arg(colors_.line.name(), colors_.field.name(), colors_.text.name()));
+}
+
+} // namespace merlode
