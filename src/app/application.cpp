@@ -34,14 +34,18 @@
 #include "platform/linux/mpris_names.h"
 #include "platform/linux/player_roles.h"
 #include "platform/linux/plist_user_defaults.h"
+#include "platform/linux/portal_settings.h"
 #include "platform/linux/sleep_monitor.h"
+#include "platform/linux/status_notifier_item.h"
 #include "platform/null_media_library.h"
 #include "players/player_controller.h"
 #include "remote/remote_action_controller.h"
+#include "ui/links.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDir>
 #include <QLocale>
 #include <QLoggingCategory>
 #include <QStandardPaths>
@@ -127,6 +131,11 @@ QString privateRuntimeFolder(const ApplicationOptions& options) {
     if (options.demo || runtime.isEmpty())
         return options.demoFolder;
     return runtime + QStringLiteral("/merlode");
+}
+
+// Where bars look for the item's picture by its name.
+QString iconFolder() {
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/icons"));
 }
 
 } // namespace
@@ -258,9 +267,30 @@ void Application::installLinks() {
     session.install<PlayReports>(std::make_unique<NullPlayReports>());
     session.install<PandoraLink>(std::make_unique<NullPandoraLink>());
     session.install<ControllersLink>(std::make_unique<Controllers>([this] { findPlayers(); }));
-    session.install<WindowsLink>(std::make_unique<WindowsLink>());
+    session.install<HotkeysLink>(std::make_unique<HotkeysLink>());
+    session.install<FavoritesLink>(std::make_unique<FavoritesLink>());
+    session.install<WindowsLink>(makeWindows());
     session.install<HostsLink>(std::make_unique<SocketHosts>(session));
     session.install<StoreLink>(std::make_unique<StoreLink>());
+}
+
+std::unique_ptr<WindowsLink> Application::makeWindows() {
+    auto& session = parts_->session;
+    if (options_.headless)
+        return std::make_unique<WindowsLink>();
+    session.install<DesktopSettings>(std::make_unique<PortalSettings>(parts_->bus, session));
+    WindowOptions options;
+    options.windowOnly = options_.window;
+    options.makeStatusItem = [this](StatusItem::Events events) {
+        return std::make_unique<StatusNotifierItem>(
+            parts_->bus, parts_->session.runLoop(),
+            StatusNotifierItem::Identity{QStringLiteral("merlode"), QStringLiteral("Merlode"),
+                                         iconFolder()},
+            std::move(events));
+    };
+    options.quit = [this] { parts_->session.runLoop().asyncAfter(0, [this] { terminate(); }); };
+    auto windows = modules::makeWindows(session, options);
+    return windows ? std::move(windows) : std::make_unique<WindowsLink>();
 }
 
 void Application::serveBus() {

@@ -46,12 +46,17 @@ void Session::installErased(std::type_index type, std::shared_ptr<void> implemen
     ownedPorts_.push_back(std::move(implementation));
 }
 
-void* Session::findErased(std::type_index type) const {
+void* Session::lookUp(std::type_index type) const {
     const std::lock_guard lock(mutex_);
     const auto found = ports_.find(type);
-    if (found == ports_.end())
+    return found == ports_.end() ? nullptr : found->second;
+}
+
+void* Session::findErased(std::type_index type) const {
+    auto* found = lookUp(type);
+    if (!found)
         qFatal("port %s is not installed", type.name());
-    return found->second;
+    return found;
 }
 
 void* Session::sharedErased(std::type_index type, Factory factory) {

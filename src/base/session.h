@@ -70,6 +70,12 @@ class Session {
         return *static_cast<Port*>(findErased(typeid(Port)));
     }
 
+    /// The same, or null where it is not installed yet: some are, behind all that somebody waits for.
+    template<class Port>
+    Port* portIfInstalled() const {
+        return static_cast<Port*>(lookUp(typeid(Port)));
+    }
+
     /// The shared instance of `Controller`, made on first use with its default constructor. Its constructor
     /// may ask for other shared controllers, which then outlive it.
     template<class Controller>
@@ -86,6 +92,7 @@ class Session {
 
     void installErased(std::type_index type, std::shared_ptr<void> implementation);
     void* findErased(std::type_index type) const;
+    void* lookUp(std::type_index type) const;
     void* sharedErased(std::type_index type, Factory factory);
 
     std::stop_source ending_;

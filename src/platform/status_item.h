@@ -49,8 +49,9 @@ class StatusItem {
     virtual ~StatusItem() = default;
 
     virtual void setIcon(const StatusIcon& icon) = 0;
-    /// The text beside the icon, in bars that show one; empty for none.
-    virtual void setText(const QString& text) = 0;
+    /// The text beside the icon, in bars that show one; empty for none. `guide` is a text of the width that
+    /// the bar should keep for it, so that nothing moves about while the text changes.
+    virtual void setText(const QString& text, const QString& guide) = 0;
     /// What pointing at the item shows, and screen readers say.
     virtual void setToolTip(const QString& title, const QString& text) = 0;
     virtual void setMenu(std::vector<MenuEntry> entries) = 0;

@@ -301,14 +301,14 @@ QString PanelViewController::emptyText() const {
         return {};
     if (const auto& host = SocketController::sharedController().clientHostName())
         return QStringLiteral("Choose some music below; it plays on %1.").arg(*host);
-    const auto& library = session_.port<MediaLibrary>();
-    const auto progress = library.progress();
+    const auto* library = session_.portIfInstalled<MediaLibrary>();
+    const auto progress = library ? library->progress() : MediaLibrary::Progress();
     if (progress.state == MediaLibrary::State::Scanning)
         return QStringLiteral("Your music is being looked through: %1 files so far.").arg(progress.filesSeen);
     if (progress.state == MediaLibrary::State::Finished && progress.filesTotal == 0)
         return QStringLiteral(
                    "There is no music in %1 yet. Start a player that you have, or put music there.")
-            .arg(library.place());
+            .arg(library->place());
     return controls_.canPlay()
                ? QStringLiteral("Choose some music below, or press play.")
                : QStringLiteral(

@@ -189,4 +189,12 @@ QString StatusItemView::visibleText() const {
     return scrollingString_.mid(from, to - from) + (moves ? QString() : kEllipsis);
 }
 
+QString StatusItemView::guideText() const {
+    const QString digit = QStringLiteral("0");
+    const double width = widthOfString_(digit);
+    if (!showsText() || width <= 0)
+        return {};
+    return digit.repeated(static_cast<qsizetype>(kTextFieldWidth / width));
+}
+
 } // namespace merlode

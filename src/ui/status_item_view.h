@@ -86,6 +86,8 @@ class StatusItemView {
     QPointF textPosition() const;
     /// What of the text is in the slot at this moment, in whole letters, for bars that draw it themselves.
     QString visibleText() const;
+    /// A text as wide as the slot, for bars that ask how much room to keep; empty where no text is shown.
+    QString guideText() const;
 
   private:
     struct Animation {

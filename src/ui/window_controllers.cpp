@@ -155,7 +155,7 @@ void WindowControllers::updateItem() {
     const auto icon = face_->statusIcon(statusView_->itemState(), statusView_->textColor());
     forEachItem([&](StatusItem& item) {
         item.setIcon(icon);
-        item.setText(statusView_->visibleText());
+        item.setText(statusView_->visibleText(), statusView_->guideText());
         item.setToolTip(name.isEmpty() ? QStringLiteral("Merlode") : name,
                         details.join(QStringLiteral(" – ")));
         item.setMenu(statusMenu(session_, controls, actions));

@@ -40,7 +40,7 @@ class FakeStatusItem final : public StatusItem {
     std::optional<bool> shown;
 
     void setIcon(const StatusIcon& shownIcon) override { icon = shownIcon; }
-    void setText(const QString& shownText) override { text = shownText; }
+    void setText(const QString& shownText, const QString&) override { text = shownText; }
     void setToolTip(const QString& title, const QString& details) override {
         toolTip = title + u'|' + details;
     }

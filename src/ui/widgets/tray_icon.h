@@ -21,7 +21,7 @@ class TrayIcon final : public QObject, public StatusItem {
     TrayIcon(RunLoop& loop, Events events);
 
     void setIcon(const StatusIcon& icon) override;
-    void setText(const QString&) override {}
+    void setText(const QString&, const QString&) override {}
     void setToolTip(const QString& title, const QString& text) override;
     void setMenu(std::vector<MenuEntry> entries) override;
     std::optional<bool> isShown() const override { return isAvailable(); }
