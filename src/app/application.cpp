@@ -284,8 +284,7 @@ std::unique_ptr<WindowsLink> Application::makeWindows() {
     options.makeStatusItem = [this](StatusItem::Events events) {
         return std::make_unique<StatusNotifierItem>(
             parts_->bus, parts_->session.runLoop(),
-            StatusNotifierItem::Identity{QStringLiteral("merlode"), QStringLiteral("Merlode"),
-                                         iconFolder()},
+            StatusNotifierItem::Identity{QStringLiteral("merlode"), QStringLiteral("Merlode"), iconFolder()},
             std::move(events));
     };
     options.quit = [this] { parts_->session.runLoop().asyncAfter(0, [this] { terminate(); }); };

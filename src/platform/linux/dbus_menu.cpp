@@ -291,8 +291,7 @@ QDBusMessage DBusMenu::getGroupProperties(const QDBusMessage& message) const {
 
 QDBusMessage DBusMenu::getProperty(const QDBusMessage& message) const {
     const auto* known = node(message.arguments()[0].toInt());
-    const auto value =
-        known ? known->properties.value(message.arguments()[1].toString()) : QVariant();
+    const auto value = known ? known->properties.value(message.arguments()[1].toString()) : QVariant();
     if (!value.isValid())
         return wrongArguments(message);
     return message.createReply(QVariant::fromValue(QDBusVariant(value)));

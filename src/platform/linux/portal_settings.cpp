@@ -35,8 +35,8 @@ PortalSettings::PortalSettings(QDBusConnection bus, Session& session)
     bus_.connect(kPortal, kPath, kInterface, u"SettingChanged"_qs, this,
                  SLOT(settingChanged(QString, QString, QDBusVariant)));
     auto question = QDBusMessage::createMethodCall(kPortal, kPath, kInterface, u"ReadAll"_qs);
-    auto* pending = new QDBusPendingCallWatcher(
-        bus_.asyncCall(question << QStringList{kAppearance, kGnome}), this);
+    auto* pending =
+        new QDBusPendingCallWatcher(bus_.asyncCall(question << QStringList{kAppearance, kGnome}), this);
     connect(pending, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
         finished->deleteLater();
         session_.runLoop().async([self = QPointer(this), reply = finished->reply()] {

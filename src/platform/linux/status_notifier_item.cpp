@@ -21,7 +21,8 @@ const QString kWatcher = u"org.kde.StatusNotifierWatcher"_qs;
 const QString kWatcherPath = u"/StatusNotifierWatcher"_qs;
 const QString kProperties = u"org.freedesktop.DBus.Properties"_qs;
 
-// Bars tell a turn of the wheel as 1 or, like the hardware, as 120; a touch pad gives fractions of the latter.
+// Bars made with Qt tell a turn of the wheel as the hardware does, by 120 and above 0 away from the user, and
+// fractions of that for a touch pad. Those made with GTK tell it by 1, and above 0 towards the user.
 constexpr int kNotch = 120;
 constexpr int kLeastOfHardware = 15;
 constexpr int kMostNotches = 100;
@@ -85,8 +86,9 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, RunLoop& loop, Ident
     bus_.registerService(service_);
     for (const auto& name : {u"StatusNotifierHostRegistered"_qs, u"StatusNotifierHostUnregistered"_qs})
         bus_.connect(kWatcher, kWatcherPath, kWatcher, name, this, SLOT(hostsChanged()));
-    connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
-            [this](const QString&, const QString&, const QString& owner) { watcherChanged(!owner.isEmpty()); });
+    connect(
+        &watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
+        [this](const QString&, const QString&, const QString& owner) { watcherChanged(!owner.isEmpty()); });
     auto question = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_qs, u"/org/freedesktop/DBus"_qs,
                                                    u"org.freedesktop.DBus"_qs, u"NameHasOwner"_qs);
     call(question << kWatcher,
@@ -231,9 +233,7 @@ bool StatusNotifierItem::carryOut(const QDBusMessage& message) {
         // Bars that do not know where the item is say that it is in the corner.
         const QPoint place(arguments[0].toInt(), arguments[1].toInt());
         if (events_.selected)
-            later([this, place] {
-                events_.selected(place.isNull() ? std::nullopt : std::optional(place));
-            });
+            later([this, place] { events_.selected(place.isNull() ? std::nullopt : std::optional(place)); });
         return true;
     }
     if ((called == u"SecondaryActivate" && signature == u"ii") ||
@@ -253,7 +253,7 @@ void StatusNotifierItem::scroll(int delta, const QString& orientation) {
     if (orientation.compare(u"vertical", Qt::CaseInsensitive) != 0 || !events_.scrolled)
         return;
     const int bounded = std::clamp(delta, -kMostNotches * kNotch, kMostNotches * kNotch);
-    scrolled_ += std::abs(bounded) < kLeastOfHardware ? bounded * kNotch : bounded;
+    scrolled_ += std::abs(bounded) < kLeastOfHardware ? -bounded * kNotch : bounded;
     const int notches = std::clamp(scrolled_ / kNotch, -kMostNotches, kMostNotches);
     scrolled_ %= kNotch;
     if (notches != 0)
@@ -271,18 +271,31 @@ void StatusNotifierItem::later(std::function<void()> work) {
 
 QString StatusNotifierItem::introspect(const QString&) const {
     QString text = u"<interface name='org.kde.StatusNotifierItem'>"_qs;
-    for (const auto& [name, type] :
-         {std::pair{u"Category"_qs, u"s"_qs}, {u"Id"_qs, u"s"_qs}, {u"Title"_qs, u"s"_qs},
-          {u"Status"_qs, u"s"_qs}, {u"WindowId"_qs, u"i"_qs}, {u"IconThemePath"_qs, u"s"_qs},
-          {u"IconName"_qs, u"s"_qs}, {u"IconPixmap"_qs, u"a(iiay)"_qs}, {u"IconAccessibleDesc"_qs, u"s"_qs},
-          {u"OverlayIconName"_qs, u"s"_qs}, {u"OverlayIconPixmap"_qs, u"a(iiay)"_qs},
-          {u"AttentionIconName"_qs, u"s"_qs}, {u"AttentionIconPixmap"_qs, u"a(iiay)"_qs},
-          {u"AttentionMovieName"_qs, u"s"_qs}, {u"ToolTip"_qs, u"(sa(iiay)ss)"_qs},
-          {u"ItemIsMenu"_qs, u"b"_qs}, {u"Menu"_qs, u"o"_qs}, {u"XAyatanaLabel"_qs, u"s"_qs},
-          {u"XAyatanaLabelGuide"_qs, u"s"_qs}, {u"XAyatanaOrderingIndex"_qs, u"u"_qs}})
+    for (const auto& [name, type] : {std::pair{u"Category"_qs, u"s"_qs},
+                                     {u"Id"_qs, u"s"_qs},
+                                     {u"Title"_qs, u"s"_qs},
+                                     {u"Status"_qs, u"s"_qs},
+                                     {u"WindowId"_qs, u"i"_qs},
+                                     {u"IconThemePath"_qs, u"s"_qs},
+                                     {u"IconName"_qs, u"s"_qs},
+                                     {u"IconPixmap"_qs, u"a(iiay)"_qs},
+                                     {u"IconAccessibleDesc"_qs, u"s"_qs},
+                                     {u"OverlayIconName"_qs, u"s"_qs},
+                                     {u"OverlayIconPixmap"_qs, u"a(iiay)"_qs},
+                                     {u"AttentionIconName"_qs, u"s"_qs},
+                                     {u"AttentionIconPixmap"_qs, u"a(iiay)"_qs},
+                                     {u"AttentionMovieName"_qs, u"s"_qs},
+                                     {u"ToolTip"_qs, u"(sa(iiay)ss)"_qs},
+                                     {u"ItemIsMenu"_qs, u"b"_qs},
+                                     {u"Menu"_qs, u"o"_qs},
+                                     {u"XAyatanaLabel"_qs, u"s"_qs},
+                                     {u"XAyatanaLabelGuide"_qs, u"s"_qs},
+                                     {u"XAyatanaOrderingIndex"_qs, u"u"_qs}})
         text += u"<property name='%1' type='%2' access='read'/>"_qs.arg(name, type);
     for (const auto& name : {u"Activate"_qs, u"SecondaryActivate"_qs, u"ContextMenu"_qs})
-        text += u"<method name='%1'><arg type='i' direction='in'/><arg type='i' direction='in'/></method>"_qs.arg(name);
+        text +=
+            u"<method name='%1'><arg type='i' direction='in'/><arg type='i' direction='in'/></method>"_qs.arg(
+                name);
     text += u"<method name='Scroll'><arg type='i' direction='in'/><arg type='s' direction='in'/></method>"
             "<method name='XAyatanaSecondaryActivate'><arg type='u' direction='in'/></method>"_qs;
     for (const auto& name : {u"NewTitle"_qs, u"NewIcon"_qs, u"NewToolTip"_qs})

@@ -60,7 +60,7 @@ QStringList ElidedLabel::lines(int width, bool* elided) const {
 }
 
 void ElidedLabel::breakAnew() {
-    lines_ = lines(width(), &elided_);
+    lines_ = lines(width() - inset(), &elided_);
     setToolTip(elided_ ? text() : QString());
     update();
 }
@@ -72,7 +72,7 @@ void ElidedLabel::resizeEvent(QResizeEvent* event) {
 
 int ElidedLabel::heightForWidth(int width) const {
     bool ignored = false;
-    const auto count = std::max<qsizetype>(lines(width, &ignored).size(), mostLines_ == 1 ? 1 : 0);
+    const auto count = std::max<qsizetype>(lines(width - inset(), &ignored).size(), mostLines_ == 1 ? 1 : 0);
     return static_cast<int>(count) * fontMetrics().lineSpacing();
 }
 
@@ -92,7 +92,9 @@ void ElidedLabel::paintEvent(QPaintEvent*) {
     const int top = std::max(0, (QWidget::height() - height * static_cast<int>(lines_.size())) / 2);
     const auto side = QStyle::visualAlignment(layoutDirection(), alignment());
     for (qsizetype row = 0; row < lines_.size(); ++row) {
-        const QRect place(0, top + static_cast<int>(row) * height, width(), height);
+        const QRect place = QStyle::visualRect(
+            layoutDirection(), rect(),
+            QRect(inset(), top + static_cast<int>(row) * height, width() - inset(), height));
         painter.setLayoutDirection(lines_[row].isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
         painter.drawText(place, int(side | Qt::AlignVCenter | Qt::AlignAbsolute | Qt::TextSingleLine),
                          lines_[row]);

@@ -29,6 +29,8 @@ class ElidedLabel final : public QLabel {
   private:
     QStringList lines(int width, bool* elided) const;
     void breakAnew();
+    /// Points before the beginning of each line: QLabel's indent.
+    int inset() const { return std::max(indent(), 0); }
 
     int mostLines_;
     QStringList lines_;

@@ -33,7 +33,9 @@ void PanelWindow::makeTop() {
     auto* top = new QWidget(body_);
     top->setFixedHeight(panelsize::kArt);
     auto* row = rowIn(top, 0, 0, 0);
-    row->addSpacing(panelsize::kMargin); // unlike a margin it changes sides in a mirrored layout
+    // Unlike a margin it changes sides in a mirrored layout. The texts of buttons are in line with the
+    // others.
+    row->addSpacing(panelsize::kMargin - TextButton::kPadding);
     texts_ = new QWidget(top);
     auto* column = new QVBoxLayout(texts_);
     column->setContentsMargins(0, panelsize::kMargin - 2, 0, 6);
@@ -43,13 +45,14 @@ void PanelWindow::makeTop() {
     album_ = new ElidedLabel(panelfont::detail(), 1, texts_);
     hintTitle_ = new ElidedLabel(panelfont::title(), 1, texts_);
     hint_ = new ElidedLabel(panelfont::detail(), 3, texts_);
-    for (auto* label : {track_, artist_, album_, hintTitle_, hint_})
+    for (auto* label : {track_, artist_, album_, hintTitle_, hint_}) {
+        label->setIndent(TextButton::kPadding);
         column->addWidget(label);
+    }
     column->addStretch();
     position_ = new TextButton(false, texts_);
     host_ = new TextButton(true, texts_);
     auto* line = new QHBoxLayout;
-    line->setContentsMargins(-5, 0, -5, 0); // their texts are in line with those above, not their frames
     line->setSpacing(4);
     line->addWidget(position_);
     line->addWidget(host_);

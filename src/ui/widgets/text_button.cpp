@@ -9,7 +9,6 @@ namespace merlode {
 
 namespace {
 
-constexpr int kPadding = 5;
 constexpr int kArrow = 12;
 constexpr int kLeast = 24;
 

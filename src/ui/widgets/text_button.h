@@ -8,6 +8,8 @@ namespace merlode {
 class TextButton final : public QAbstractButton {
     Q_OBJECT
   public:
+    static constexpr int kPadding = 5; ///< points from its edge to its text
+
     /// With `opensMenu` the text is followed by a small arrow.
     TextButton(bool opensMenu, QWidget* parent);
 
