@@ -287,6 +287,11 @@ std::unique_ptr<WindowsLink> Application::makeWindows() {
             StatusNotifierItem::Identity{QStringLiteral("merlode"), QStringLiteral("Merlode"), iconFolder()},
             std::move(events));
     };
+    if (!options_.demo)
+        options.useMusicFolder = [this](const QString& folder) {
+            const auto error = useMusicFolders({folder});
+            return error ? error->message : QString();
+        };
     options.quit = [this] { parts_->session.runLoop().asyncAfter(0, [this] { terminate(); }); };
     auto windows = modules::makeWindows(session, options);
     return windows ? std::move(windows) : std::make_unique<WindowsLink>();

@@ -142,6 +142,16 @@ Check checkNotifications(const QDBusConnection& bus) {
             QStringLiteral("start your notification service again")};
 }
 
+Check checkBar(const QDBusConnection& bus) {
+    const QString name = QStringLiteral("item in the bar");
+    const QString watcher = QStringLiteral("org.kde.StatusNotifierWatcher");
+    if (bus.isConnected() && bus.interface()->isServiceRegistered(watcher).value())
+        return {name, State::Ok, QStringLiteral("a bar for such items runs"), {}};
+    return {name, State::Warning, QStringLiteral("no bar that tells of itself on the session bus"),
+            QStringLiteral("add a tray or \"status notifier\" to your desktop's bar; without one merlode "
+                           "uses an older kind of tray or opens as a window")};
+}
+
 Check checkSleep() {
     const QString name = QStringLiteral("sleep and wake");
     const auto bus = QDBusConnection::systemBus();
@@ -208,6 +218,7 @@ QList<Check> runDoctor(const DoctorFacts& facts) {
         checkSound(),
         checkPlayers(bus),
         checkNotifications(bus),
+        checkBar(bus),
         checkSleep(),
         checkOtherMachines(facts.link),
         checkPictureFormats(),

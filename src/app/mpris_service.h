@@ -32,7 +32,7 @@ class MprisRootAdaptor final : public QDBusAbstractAdaptor {
     bool yes() const { return true; }
     bool no() const { return false; }
     QString identity() const { return QStringLiteral("Merlode"); }
-    QString desktopEntry() const { return QStringLiteral("merlode"); }
+    QString desktopEntry() const { return QStringLiteral("co.vantry.Merlode"); }
     QStringList nothing() const { return {}; }
 
   public Q_SLOTS:

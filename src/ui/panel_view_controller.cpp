@@ -296,6 +296,17 @@ QString PanelViewController::emptyTitle() const {
                                : QStringLiteral("No music player is running");
 }
 
+bool PanelViewController::libraryIsEmpty() const {
+    const auto* library = session_.portIfInstalled<MediaLibrary>();
+    const auto progress = library ? library->progress() : MediaLibrary::Progress();
+    return progress.state == MediaLibrary::State::Finished && progress.filesTotal == 0;
+}
+
+bool PanelViewController::canChooseMusicFolder() const {
+    return chooseMusicFolder_ && !emptyTitle().isEmpty() && libraryIsEmpty() &&
+           !SocketController::sharedController().clientHostName();
+}
+
 QString PanelViewController::emptyText() const {
     if (emptyTitle().isEmpty())
         return {};
@@ -305,9 +316,9 @@ QString PanelViewController::emptyText() const {
     const auto progress = library ? library->progress() : MediaLibrary::Progress();
     if (progress.state == MediaLibrary::State::Scanning)
         return QStringLiteral("Your music is being looked through: %1 files so far.").arg(progress.filesSeen);
-    if (progress.state == MediaLibrary::State::Finished && progress.filesTotal == 0)
+    if (libraryIsEmpty())
         return QStringLiteral(
-                   "There is no music in %1 yet. Start a player that you have, or put music there.")
+                   "There is no music in %1 yet. Start a player that you have, or choose another folder.")
             .arg(library->place());
     return controls_.canPlay()
                ? QStringLiteral("Choose some music below, or press play.")

@@ -111,6 +111,11 @@ class PanelViewController {
     void selectedTopPandoraButton();
     /// Empties the search field and takes the results away.
     void clearSearch();
+    /// Whether the user can name another folder of music at this moment, since there is nothing in the present
+    /// one; and does so.
+    bool canChooseMusicFolder() const;
+    void setChooseMusicFolder(std::function<void()> choose) { chooseMusicFolder_ = std::move(choose); }
+    void chooseMusicFolder() { chooseMusicFolder_(); }
     /// Gives the keyboard to the panel itself, and keys back to the hotkeys if the user has them on.
     void fixFirstResponderStatus();
 
@@ -150,6 +155,7 @@ class PanelViewController {
     void searchFinished();
     void clearSearchResults();
     void updateTriangleConstraint(const QVariantMap& userInfo);
+    bool libraryIsEmpty() const;
     void showPanelOnly();
     void showLoadingView();
     void showResultsView();
@@ -167,6 +173,7 @@ class PanelViewController {
     RemoteClientControl remoteClient_;
     PanelMetrics metrics_;
     bool hasMainWindow_ = false;
+    std::function<void()> chooseMusicFolder_;
 
     PanelDisplayState state_ = PanelDisplayState::None;
     PanelSections sections_;

@@ -8,6 +8,7 @@
 #include "remote/socket_controller.h"
 #include "ui/status_menu.h"
 
+#include <QDir>
 #include <QStringList>
 
 #include <cmath>
@@ -39,6 +40,8 @@ void WindowControllers::loadWindowControllers() {
     panelController_ = std::make_unique<PanelViewController>(session_);
     main_ = face_->makeMainWindow();
     panelController_->setHasMainWindow(main_ != nullptr);
+    if (options_.useMusicFolder)
+        panelController_->setChooseMusicFolder([this] { chooseMusicFolder(); });
     panel_ = face_->makePanelWindow(*panelController_);
     panelController_->setWindow(panel_.get());
     panelController_->fitWindow(false);
@@ -49,6 +52,16 @@ void WindowControllers::loadWindowControllers() {
     if (options_.windowOnly)
         becomeWindow();
     updateItemLater();
+}
+
+void WindowControllers::chooseMusicFolder() {
+    face_->chooseFolder(QStringLiteral("Choose Your Music Folder"), QDir::homePath(),
+                        [this, life = std::weak_ptr(life_)](const QString& folder) {
+                            if (life.expired())
+                                return;
+                            panelController_->showMessage(options_.useMusicFolder(folder));
+                            showPanel();
+                        });
 }
 
 // The item in the bar.

@@ -63,6 +63,7 @@ class WindowControllers final : public WindowsLink, private StatusItemViewDelega
     void orderOut(Window* window);
     void bringForward(Window& window);
 
+    void chooseMusicFolder();
     StatusItem::Events itemEvents();
     void clickedAt(const std::optional<QPoint>& where);
     void barWasFound(bool shown);

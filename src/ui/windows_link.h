@@ -16,6 +16,8 @@ struct WindowOptions {
     bool windowOnly = false;
     /// The item of the kind that desktops have now. It may turn out that no bar shows it.
     std::function<std::unique_ptr<StatusItem>(StatusItem::Events)> makeStatusItem;
+    /// Looks for music in this folder from now on; why that cannot be done, or nothing.
+    std::function<QString(const QString& folder)> useMusicFolder;
     std::function<void()> quit;
 };
 

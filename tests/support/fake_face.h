@@ -88,6 +88,10 @@ class FakeFace final : public Face {
         fallback = item.get();
         return item;
     }
+    QString chosenFolder = u"/elsewhere"_qs;
+    void chooseFolder(const QString&, const QString&, std::function<void(const QString&)> done) override {
+        done(chosenFolder);
+    }
     QSizeF statusImageSize() const override { return {22, 22}; }
     StatusIcon statusIcon(StatusItemViewState state, const QColor&) override {
         return {state == StatusItemViewState::Off ? u"open"_qs : u"closed"_qs, {}};

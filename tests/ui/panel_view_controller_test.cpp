@@ -198,8 +198,12 @@ TEST_F(PanelViewControllerTest, WhoeverHasNothingPlayingIsToldWhatToDo) {
     EXPECT_EQ(panel.emptyTitle(), u"No music player is running");
     library.state = {MediaLibrary::State::Finished, 0, 0};
     EXPECT_TRUE(panel.emptyText().contains(u"There is no music in /music yet"));
+    EXPECT_FALSE(panel.canChooseMusicFolder()) << "nobody could do it";
+    panel.setChooseMusicFolder([] {});
+    EXPECT_TRUE(panel.canChooseMusicFolder());
     library.state = {MediaLibrary::State::Scanning, 7, 0};
     EXPECT_TRUE(panel.emptyText().contains(u"7 files"));
+    EXPECT_FALSE(panel.canChooseMusicFolder());
     library.state = {MediaLibrary::State::Finished, 7, 7};
     EXPECT_TRUE(panel.emptyText().contains(u"its player is started"));
     EXPECT_FALSE(panel.controls().canPlay());

@@ -8,6 +8,7 @@
 #include "ui/widgets/text_button.h"
 #include "ui/widgets/volume_slider.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDir>
 #include <QMouseEvent>
@@ -199,6 +200,10 @@ TEST_F(PanelWindowTest, TheKeyboardReachesEverything) {
             order << (name.isEmpty() && button ? button->text() : name);
         }
     }
+    const auto* interface = QAccessible::queryAccessibleInterface(button(u"Pause"_qs));
+    ASSERT_TRUE(interface);
+    EXPECT_EQ(interface->role(), QAccessible::Button);
+    EXPECT_EQ(interface->text(QAccessible::Name), u"Pause");
     EXPECT_FALSE(order.contains(QString())) << "everything has a name: " << order.join(u',').toStdString();
     EXPECT_EQ(
         order.filter(QRegularExpression(u"^(Previous|Pause|Next|Mute|Volume|Search|Tracks|Stations)$"_qs))

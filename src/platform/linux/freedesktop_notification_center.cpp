@@ -51,7 +51,7 @@ QVariantMap hintsFor(const UserNotification& notification,
                      const std::optional<NotificationPicture>& picture) {
     // What plays is of no more interest once it has been seen.
     const bool passing = typeOf(notification) == u"Playing Notification";
-    QVariantMap hints{{u"desktop-entry"_qs, u"merlode"_qs},
+    QVariantMap hints{{u"desktop-entry"_qs, u"co.vantry.Merlode"_qs},
                       {u"category"_qs, u"x-gnome.music"_qs},
                       {u"urgency"_qs, QVariant::fromValue(passing ? kUrgencyLow : kUrgencyNormal)},
                       {u"transient"_qs, passing}};

@@ -311,6 +311,7 @@ void PanelWindow::showTrack() {
     hint_->setPlainText(controller_.emptyText());
     for (auto* label : {track_, artist_, album_, hintTitle_, hint_})
         label->setVisible(!label->text().isEmpty());
+    choose_->setVisible(controller_.canChooseMusicFolder());
     favorite_->setImage(controls.isFavorite() ? controller_.scheme().images().heartOnImage
                                               : controller_.scheme().images().heartOffImage);
     favorite_->setAction(controls.favoriteToolTip(), QStringLiteral("Ctrl+D"));
@@ -422,6 +423,7 @@ void PanelWindow::colourWidgets() {
         label->setColor(colors_.dimText);
     for (auto* button : {previous_, play_, next_, favorite_, mute_})
         button->setColors(colors_.control, colors_.highlight);
+    choose_->setColors(colors_.text, colors_.highlight);
     for (auto* button : {position_, host_})
         button->setColors(colors_.dimText, colors_.highlight);
     previous_->setImage(images.previousImage);

@@ -105,6 +105,7 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     ElidedLabel* album_ = nullptr;
     ElidedLabel* hintTitle_ = nullptr;
     ElidedLabel* hint_ = nullptr;
+    TextButton* choose_ = nullptr;
     TextButton* position_ = nullptr;
     TextButton* host_ = nullptr;
     QMenu* hostMenu_ = nullptr;

@@ -49,6 +49,14 @@ void PanelWindow::makeTop() {
         label->setIndent(TextButton::kPadding);
         column->addWidget(label);
     }
+    choose_ = new TextButton(false, texts_);
+    choose_->setText(QStringLiteral("Choose Music Folder…"));
+    column->addWidget(choose_);
+    connect(choose_, &QAbstractButton::clicked, this, [this] {
+        if (!standalone_)
+            hide();
+        controller_.chooseMusicFolder();
+    });
     column->addStretch();
     position_ = new TextButton(false, texts_);
     host_ = new TextButton(true, texts_);

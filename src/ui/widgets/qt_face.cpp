@@ -5,6 +5,7 @@
 #include "ui/widgets/tray_icon.h"
 
 #include <QApplication>
+#include <QFileDialog>
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QScreen>
@@ -24,15 +25,28 @@ namespace {
 constexpr double kImageSide = 22;                             ///< points, as most bars have it
 constexpr int kPictureSides[] = {16, 22, 24, 32, 44, 48, 64}; ///< pixels
 
-QImage draw(const QString& name, int side, const QColor& around) {
+QImage draw(const QString& name, int side) {
     QImage picture(side, side, QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::transparent);
     QSvgRenderer drawing(QStringLiteral(":/merlode/icons/%1.svg").arg(name));
     QPainter painter(&picture);
     drawing.render(&painter);
-    Q_UNUSED(around);
     painter.end();
     return picture.convertToFormat(QImage::Format_ARGB32);
+}
+
+// The badge reads on any bar, but one of just its own colour: there a fine line in that of the text helps.
+QImage drawForBar(const QString& name, int side, QColor line) {
+    constexpr float kFine = 0.3F;
+    constexpr double kCorner = 0.25; // of the side, as in the drawing
+    QImage picture = draw(name, side);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    line.setAlphaF(kFine);
+    painter.setPen(QPen(line, 1));
+    painter.drawRoundedRect(QRectF(picture.rect()).adjusted(0.5, 0.5, -0.5, -0.5), kCorner * side,
+                            kCorner * side);
+    return picture;
 }
 
 Screen screenOf(const QScreen& screen) {
@@ -43,7 +57,7 @@ class QtFace final : public Face {
   public:
     explicit QtFace(Session& session) : session_(session) {
         registerIcons();
-        QApplication::setWindowIcon(QIcon(QPixmap::fromImage(draw(QStringLiteral("merlode"), 128, {}))));
+        QApplication::setWindowIcon(QIcon(QPixmap::fromImage(draw(QStringLiteral("merlode"), 128))));
     }
 
     std::unique_ptr<PanelWindowPart> makePanelWindow(PanelViewController& controller) override {
@@ -56,6 +70,20 @@ class QtFace final : public Face {
         return std::make_unique<TrayIcon>(session_.runLoop(), std::move(events));
     }
 
+    // Not modal: the panel is a drop-down, which has closed by now, and the music is to be controlled meanwhile.
+    void chooseFolder(const QString& title, const QString& from,
+                      std::function<void(const QString&)> done) override {
+        auto* dialog = new QFileDialog(nullptr, title, from);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->setFileMode(QFileDialog::Directory);
+        dialog->setOption(QFileDialog::ShowDirsOnly);
+        QObject::connect(dialog, &QFileDialog::fileSelected, dialog,
+                         [&loop = session_.runLoop(), done = std::move(done)](const QString& folder) {
+                             loop.async([done, folder] { done(folder); });
+                         });
+        dialog->show();
+    }
+
     QSizeF statusImageSize() const override { return {kImageSide, kImageSide}; }
 
     StatusIcon statusIcon(StatusItemViewState state, const QColor& textColor) override {
@@ -64,7 +92,7 @@ class QtFace final : public Face {
             const bool open = state == StatusItemViewState::Off;
             icon.name = open ? QStringLiteral("merlode-bar-open") : QStringLiteral("merlode-bar");
             for (const int side : kPictureSides)
-                icon.pictures.push_back(draw(icon.name, side, textColor));
+                icon.pictures.push_back(drawForBar(icon.name, side, textColor));
         }
         return icon;
     }
