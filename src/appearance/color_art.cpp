@@ -1,9 +1,11 @@
 #include "appearance/color_art.h"
 
+#include "appearance/pixel_counts.h"
+
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 namespace merlode {
@@ -11,7 +13,7 @@ namespace merlode {
 namespace {
 
 constexpr double kMostOfPixel = 255;
-constexpr quint32 kNoCandidate = std::numeric_limits<quint32>::max();
+constexpr std::size_t kTextColors = 3;
 
 std::array<double, 256> makeComponents() {
     std::array<double, 256> components{};
@@ -29,12 +31,6 @@ Color colorOf(QRgb pixel) {
             component(qAlpha(pixel))};
 }
 
-/// Whether the colour is saturated beyond the least that text has, by enough that rounding plays no part.
-bool isSaturated(QRgb pixel) {
-    const auto [least, most] = std::minmax({qRed(pixel), qGreen(pixel), qBlue(pixel)});
-    return (most - least) * 100 > 16 * most;
-}
-
 /// The pixel of just this colour; nothing for one between the steps of a pixel.
 std::optional<QRgb> pixelOf(const Color& color) {
     const auto step = [](double component) {
@@ -42,6 +38,56 @@ std::optional<QRgb> pixelOf(const Color& color) {
     };
     const QRgb pixel = qRgba(step(color.red), step(color.green), step(color.blue), step(color.alpha));
     return colorOf(pixel) == color ? std::optional(pixel) : std::nullopt;
+}
+
+constexpr auto kByCount = [](const PCCountedColor& one, const PCCountedColor& other) {
+    return one.compare(other) < 0;
+};
+
+/// How many pixels have the colour that this one becomes when its saturation is raised to the least that text
+/// has.
+quint32 countOfRaised(const PixelCounts& counts, QRgb pixel) {
+    const Color own = colorOf(pixel);
+    const Color raised = pc_colorWithMinimumSaturation(own, SLColorArt::kLeastTextSaturation);
+    const auto known = raised == own ? std::optional(pixel) : pixelOf(raised);
+    return known ? counts.countOf(*known) : 0;
+}
+
+/// The colours of the picture, each with the count of what it becomes as text.
+std::vector<PixelCounts::Entry> textCandidates(PixelCounts counts) {
+    std::vector<std::pair<std::size_t, quint32>> raised;
+    const auto& entries = counts.entries();
+    for (std::size_t place = 0; place < entries.size(); ++place) {
+        const QRgb pixel = entries[place].pixel;
+        const int most = std::max({qRed(pixel), qGreen(pixel), qBlue(pixel)});
+        const int least = std::min({qRed(pixel), qGreen(pixel), qBlue(pixel)});
+        if ((most - least) * 20 > 3 * most) // saturated by enough that rounding plays no part
+            continue;
+        // The least component becomes 17/20 of the most. Where 20 does not divide that, no pixel has the
+        // colour.
+        raised.emplace_back(place, most % 20 == 0 ? countOfRaised(counts, pixel) : 0);
+    }
+    auto candidates = counts.takeEntries();
+    for (const auto& [place, count] : raised)
+        candidates[place].count = count;
+    return candidates;
+}
+
+/// Of the candidates with a count from `least` to less than `beyond` those that can be read on the
+/// background, the most frequent first, and of equals those that come first in the picture.
+std::vector<PCCountedColor> readableColors(const std::vector<PixelCounts::Entry>& candidates, qint64 least,
+                                           qint64 beyond, const std::optional<Color>& background) {
+    const bool isDark = background && pc_isDarkColor(*background);
+    std::vector<PCCountedColor> colors;
+    for (const auto& [pixel, count] : candidates) {
+        if (count < least || count >= beyond)
+            continue;
+        const Color color = pc_colorWithMinimumSaturation(colorOf(pixel), SLColorArt::kLeastTextSaturation);
+        if (pc_isDarkColor(color) != isDark && (!background || pc_isContrastingColor(color, *background)))
+            colors.push_back({color, count});
+    }
+    std::ranges::stable_sort(colors, kByCount);
+    return colors;
 }
 
 // The top of a tall picture, the left of a wide one.
@@ -61,97 +107,27 @@ int PCCountedColor::compare(const PCCountedColor& other) const {
     return count < other.count ? 1 : count > other.count ? -1 : 0;
 }
 
-/// Counts pixels by colour, in an open-addressing table that grows with the number of colours. Colours are
-/// kept in the order in which they first came.
-class SLColorArt::Counter {
-  public:
-    struct Entry {
-        QRgb pixel;
-        quint32 count;
-    };
-
-    void add(QRgb pixel) {
-        if (last_ < entries_.size() && entries_[last_].pixel == pixel) { // pictures have areas
-            ++entries_[last_].count;
-            return;
-        }
-        Slot& slot = slotOf(pixel);
-        if (slot.place == 0) {
-            entries_.push_back({pixel, 0});
-            slot = {pixel, static_cast<quint32>(entries_.size())};
-        }
-        last_ = slot.place - 1;
-        ++entries_[last_].count;
-        if (2 * entries_.size() > table_.size())
-            grow();
-    }
-
-    quint32 countOf(QRgb pixel) {
-        const quint32 place = slotOf(pixel).place;
-        return place == 0 ? 0 : entries_[place - 1].count;
-    }
-
-    const std::vector<Entry>& entries() const { return entries_; }
-
-  private:
-    struct Slot {
-        QRgb pixel = 0;
-        quint32 place = 0; ///< 1 + place in `entries_`; 0 for a free slot
-    };
-    static constexpr int kFirstBits = 12;
-
-    Slot& slotOf(QRgb pixel) {
-        constexpr quint32 kSpread = 2654435769U; // 2^32 by the golden ratio: neighbours land far apart
-        std::size_t at = (pixel * kSpread) >> (32 - bits_);
-        while (table_[at].place != 0 && table_[at].pixel != pixel)
-            at = (at + 1) & (table_.size() - 1);
-        return table_[at];
-    }
-
-    void grow() {
-        bits_ += 2;
-        table_.assign(std::size_t{1} << bits_, {});
-        for (quint32 place = 0; place < entries_.size(); ++place)
-            slotOf(entries_[place].pixel) = {entries_[place].pixel, place + 1};
-    }
-
-    std::vector<Entry> entries_;
-    int bits_ = kFirstBits;
-    std::vector<Slot> table_ = std::vector<Slot>(std::size_t{1} << kFirstBits);
-    std::size_t last_ = 0;
-};
-
 SLColorArt::SLColorArt(const Image& image, const QSize& scaledSize)
     : scaledSize_(scaledSize), scaledImage_(scaleImage(image.pixels(), scaledSize)) {
     analyzeImage();
 }
 
 void SLColorArt::analyzeImage() {
-    Counter imageColors;
-    backgroundColor_ = findEdgeColor(imageColors);
-    findTextColors(imageColors);
+    backgroundColor_ = findEdgeColor();
+    findTextColors();
 }
 
-std::optional<Color> SLColorArt::findEdgeColor(Counter& imageColors) const {
-    Counter edge;
-    const int width = scaledImage_.width(), height = scaledImage_.height();
-    const auto* pixels = reinterpret_cast<const QRgb*>(scaledImage_.constBits());
-    const auto stride = scaledImage_.bytesPerLine() / qsizetype(sizeof(QRgb));
-    for (int x = 0; x < width; ++x) {
-        for (int y = 0; y < height; ++y)
-            imageColors.add(pixels[y * stride + x]);
-    }
-    for (int y = 0; y < height; ++y)
-        edge.add(pixels[y * stride]);
-    const auto threshold = static_cast<qint64>(height * kNoiseShare);
+std::optional<Color> SLColorArt::findEdgeColor() const {
+    const auto threshold = static_cast<qint64>(scaledImage_.height() * kNoiseShare);
     std::vector<PCCountedColor> colors;
-    for (const auto& [pixel, count] : edge.entries()) {
+    const PixelCounts counts(scaledImage_, std::min(scaledImage_.width(), 1));
+    for (const auto& [pixel, count] : counts.entries()) {
         if (count > threshold)
             colors.push_back({colorOf(pixel), count});
     }
     if (colors.empty())
         return std::nullopt;
-    std::ranges::stable_sort(colors, [](const auto& a, const auto& b) { return a.compare(b) < 0; });
+    std::ranges::stable_sort(colors, kByCount);
     const auto& proposal = colors.front();
     if (!pc_isBlackOrWhite(proposal.color))
         return proposal.color;
@@ -165,61 +141,28 @@ std::optional<Color> SLColorArt::findEdgeColor(Counter& imageColors) const {
     return proposal.color;
 }
 
-// Colours by their counts, the highest first, those of one count in their own order. Most of many colours are
-// never looked at, so they are put in order by distribution and made only when it is their turn.
-std::vector<quint32> SLColorArt::textCandidates(Counter& imageColors, bool isDark) {
-    const auto& entries = imageColors.entries();
-    std::vector<quint32> counts(entries.size());
-    std::vector<quint32> ends; // by count: how many candidates have it, and then where those of it go
-    for (std::size_t place = 0; place < entries.size(); ++place) {
-        const auto& [pixel, count] = entries[place];
-        const Color own = colorOf(pixel);
-        const Color raised =
-            isSaturated(pixel) ? own : pc_colorWithMinimumSaturation(own, kLeastTextSaturation);
-        counts[place] = kNoCandidate;
-        if (pc_isDarkColor(raised) == isDark)
-            continue;
-        // A colour that was raised is mostly not in the picture and counts 0 then: such sink to the end.
-        const auto known = raised == own ? std::optional(pixel) : pixelOf(raised);
-        counts[place] = raised == own ? count : known ? imageColors.countOf(*known) : 0;
-        if (counts[place] >= ends.size())
-            ends.resize(counts[place] + 1);
-        ++ends[counts[place]];
-    }
-    quint32 before = 0;
-    for (std::size_t count = ends.size(); count-- > 0;)
-        before += std::exchange(ends[count], before);
-    std::vector<quint32> ordered(before);
-    for (quint32 place = 0; place < entries.size(); ++place) {
-        if (counts[place] != kNoCandidate)
-            ordered[ends[counts[place]]++] = place;
-    }
-    return ordered;
-}
-
-void SLColorArt::findTextColors(Counter& imageColors) {
+// The three are mostly among the most frequent colours. So candidates are put in order only from a count down
+// to a quarter of it, and so on, and the thousands that come once or twice are seldom looked at.
+void SLColorArt::findTextColors() {
     const bool isDark = backgroundColor_ && pc_isDarkColor(*backgroundColor_);
-    std::array<std::optional<Color>, 3> found;
-    auto& [primary, secondary, detail] = found;
-    for (const quint32 place : textCandidates(imageColors, isDark)) {
-        const Color color =
-            pc_colorWithMinimumSaturation(colorOf(imageColors.entries()[place].pixel), kLeastTextSaturation);
-        const bool contrasts = !backgroundColor_ || pc_isContrastingColor(color, *backgroundColor_);
-        if (!primary) {
-            if (contrasts)
-                primary = color;
-        } else if (!secondary) {
-            if (contrasts && pc_isDistinct(*primary, color))
-                secondary = color;
-        } else if (contrasts && pc_isDistinct(*secondary, color) && pc_isDistinct(*primary, color)) {
-            detail = color;
-            break;
+    const auto candidates = textCandidates(PixelCounts(scaledImage_, scaledImage_.width()));
+    quint32 most = 0;
+    for (const auto& candidate : candidates)
+        most = std::max(most, candidate.count);
+    std::vector<Color> found;
+    for (qint64 beyond = static_cast<qint64>(most) + 1; beyond > 0 && found.size() < kTextColors;
+         beyond /= 4) {
+        for (const auto& next : readableColors(candidates, beyond / 4, beyond, backgroundColor_)) {
+            const bool isNew = std::ranges::all_of(
+                found, [&](const Color& color) { return pc_isDistinct(color, next.color); });
+            if (isNew && found.size() < kTextColors)
+                found.push_back(next.color);
         }
     }
-    const Color fallback = isDark ? Color{1, 1, 1} : Color{};
-    primaryColor_ = primary.value_or(fallback);
-    secondaryColor_ = secondary.value_or(fallback);
-    detailColor_ = detail.value_or(fallback);
+    found.resize(kTextColors, isDark ? Color{1, 1, 1} : Color{});
+    primaryColor_ = found[0];
+    secondaryColor_ = found[1];
+    detailColor_ = found[2];
 }
 
 } // namespace merlode

@@ -43,12 +43,9 @@ class SLColorArt {
     const QSize& scaledSize() const { return scaledSize_; }
 
   private:
-    class Counter;
-
     void analyzeImage();
-    std::optional<Color> findEdgeColor(Counter& imageColors) const;
-    static std::vector<quint32> textCandidates(Counter& imageColors, bool isDark);
-    void findTextColors(Counter& imageColors);
+    std::optional<Color> findEdgeColor() const;
+    void findTextColors();
 
     QSize scaledSize_;
     QImage scaledImage_;

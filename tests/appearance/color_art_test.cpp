@@ -87,6 +87,10 @@ TEST(ColorArt, TextColoursStandOutAndFallBackToBlackOrWhite) {
     area(10, 20, qRgb(20, 20, 20));
     area(30, 10, qRgb(110, 110, 110));
     EXPECT_EQ(texts({Image(picture), {120, 120}})[0], qRgb(20, 17, 17)) << "with a little colour";
+    area(40, 5, kBlue);
+    area(45, 5, kRed);
+    EXPECT_EQ(texts({Image(picture), {120, 120}}), (std::vector{kBlue, kRed, qRgb(20, 17, 17)}))
+        << "what no pixel has comes last, and of equals the one further left first";
 }
 
 TEST(ColorArt, TheSquareComesFromTheTopLeft) {
