@@ -2,6 +2,7 @@
 // that.
 
 #include "figures.h"
+#include "footprint.h"
 #include "support.h"
 #include "support/mpris_double.h"
 #include "support/private_bus.h"
@@ -10,9 +11,6 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
-#include <QDir>
-#include <QFile>
-#include <QProcess>
 
 #include <benchmark/benchmark.h>
 
@@ -23,7 +21,6 @@ namespace {
 constexpr int kStarts = 30;
 constexpr int kUsualSeconds = 30; // over which the processor's time is counted
 constexpr double kDeadline = 10;
-constexpr double kNanoseconds = 1e9;
 
 const QString kMinimalName = u"co.vantry.MerlodeBench"_qs;
 const QString kOurPlayer = u"org.mpris.MediaPlayer2.merlode"_qs;
@@ -118,75 +115,6 @@ void start(benchmark::State& state) {
     note({"start to now-playing, median", "ms", median, minimal, "minimal, to its name", "under 150 ms"});
 }
 
-/// Copies of the libraries that a program loads, but for those every process has. A program that runs on them
-/// shares no page of Qt with anybody, this process included, so that its proportional share is all that it
-/// costs on a desk where nothing else uses Qt.
-class OwnLibraries {
-  public:
-    explicit OwnLibraries(const QString& program) {
-        QProcess ldd;
-        ldd.start(u"ldd"_qs, {program});
-        ldd.waitForFinished();
-        for (const auto& line : QString::fromLocal8Bit(ldd.readAll()).split(u'\n')) {
-            const QString path = line.section(u"=> "_qs, 1).section(u' ', 0, 0);
-            const QString name = path.section(u'/', -1);
-            if (path.startsWith(u'/') && !name.startsWith(u"libc.so") && !name.startsWith(u"ld-linux"))
-                QFile::copy(path, folder_.filePath(name));
-        }
-    }
-
-    QProcessEnvironment in(QProcessEnvironment environment) const {
-        environment.insert(u"LD_LIBRARY_PATH"_qs, folder_.path());
-        return environment;
-    }
-
-  private:
-    QTemporaryDir folder_;
-};
-
-QByteArray readProc(const QString& path) {
-    QFile file(u"/proc/"_qs + path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-double numberAfter(const QByteArray& text, const char* key) {
-    const auto at = text.indexOf(key);
-    return at < 0 ? 0
-                  : text.mid(at + static_cast<qsizetype>(qstrlen(key)))
-                        .trimmed()
-                        .split(' ')
-                        .constFirst()
-                        .toDouble();
-}
-
-double megabytes(pid_t process) {
-    return numberAfter(readProc(u"%1/smaps_rollup"_qs.arg(process)), "\nPss:") / 1024;
-}
-
-/// What the threads of a process have used so far.
-struct Usage {
-    double seconds = 0;
-    double wakeUps = 0;
-
-    static Usage of(pid_t process) {
-        Usage usage;
-        const QString tasks = u"%1/task"_qs.arg(process);
-        for (const auto& task : QDir(u"/proc/"_qs + tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-            const QString folder = tasks + u'/' + task;
-            usage.seconds +=
-                readProc(folder + u"/schedstat"_qs).split(' ').constFirst().toDouble() / kNanoseconds;
-            // The number ends at the line's end.
-            const QByteArray status = readProc(folder + u"/status"_qs).replace('\n', " \n");
-            usage.wakeUps += numberAfter(status, "\nvoluntary_ctxt_switches:");
-        }
-        return usage;
-    }
-};
-
-void settle(double seconds) {
-    waitUntil([] { return false; }, seconds);
-}
-
 struct Footprint {
     double idle = 0;
     double playing = 0;
@@ -213,29 +141,29 @@ void footprint(benchmark::State& state) {
     const Home home(bus.address());
     const QString merlode = builtProgram("merlode");
     const QString least = builtProgram("merlode_bench_minimal");
-    const OwnLibraries merlodeLibraries(merlode);
-    const OwnLibraries minimalLibraries(least);
+    const OwnLibraries merlodeLibraries({merlode});
+    const OwnLibraries minimalLibraries({least});
     Watch merlodeWatch(bus.connect(), kOurPlayer);
     Watch minimalWatch(bus.connect(), kMinimalName);
     const Child program({merlode, u"--headless"_qs}, merlodeLibraries.in(home.environment));
     const Child reference({least, kMinimalName, u"--titles"_qs}, minimalLibraries.in(home.environment));
     if (!waitUntil([&] { return merlodeWatch.named && minimalWatch.named; }, kDeadline))
         return state.SkipWithError("the programs did not come up");
-    settle(2);
+    waitFor(2);
     Footprint ours{.idle = megabytes(program.pid())};
     Footprint minimal{.idle = megabytes(reference.pid())};
     MprisDouble player(bus.connect(), u"spotify"_qs, playingTrack(u"First"_qs));
     for (const auto& title : {u"Second"_qs, u"Third"_qs}) {
-        settle(0.5);
+        waitFor(0.5);
         player.announce({{u"Metadata"_qs, MprisDouble::metadata(title)}});
     }
     if (!waitUntil([&] { return merlodeWatch.title == u"Third"; }, kDeadline))
         return state.SkipWithError("the track was not told");
-    settle(2);
+    waitFor(2);
     for (auto _ : state) {
         const Usage ourStart = Usage::of(program.pid());
         const Usage minimalStart = Usage::of(reference.pid());
-        settle(seconds);
+        waitFor(seconds);
         const auto count = [seconds](Footprint& into, const Usage& from, pid_t process) {
             const Usage to = Usage::of(process);
             into.percent = (to.seconds - from.seconds) / seconds * 100;

@@ -31,8 +31,8 @@ class Face {
     virtual std::unique_ptr<Window> makeSettingsWindow() { return nullptr; }
     virtual std::unique_ptr<Window> makeLastFMWindow() { return nullptr; }
 
-    /// Asks the user for a folder, beginning at `from`; `done` is called with its path, or not at all. Returns
-    /// at once.
+    /// Asks the user for a folder, beginning at `from`; `done` is called with its path, or not at all.
+    /// Returns at once.
     virtual void chooseFolder(const QString& title, const QString& from,
                               std::function<void(const QString& folder)> done) = 0;
 

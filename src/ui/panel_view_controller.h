@@ -111,8 +111,8 @@ class PanelViewController {
     void selectedTopPandoraButton();
     /// Empties the search field and takes the results away.
     void clearSearch();
-    /// Whether the user can name another folder of music at this moment, since there is nothing in the present
-    /// one; and does so.
+    /// Whether the user can name another folder of music at this moment, since there is nothing in the
+    /// present one; and does so.
     bool canChooseMusicFolder() const;
     void setChooseMusicFolder(std::function<void()> choose) { chooseMusicFolder_ = std::move(choose); }
     void chooseMusicFolder() { chooseMusicFolder_(); }

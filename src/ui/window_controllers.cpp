@@ -337,8 +337,8 @@ bool WindowControllers::panelOrMainWindowIsKey() const {
 }
 
 void WindowControllers::panelWindowResigned() {
-    if (standalone_)
-        return;
+    if (standalone_ || statusView_->itemState() == StatusItemViewState::On)
+        return; // it stays, or has been closed from here
     resignedAt_ = session_.runLoop().uptime();
     closePanelWindow();
 }

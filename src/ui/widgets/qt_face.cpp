@@ -70,7 +70,8 @@ class QtFace final : public Face {
         return std::make_unique<TrayIcon>(session_.runLoop(), std::move(events));
     }
 
-    // Not modal: the panel is a drop-down, which has closed by now, and the music is to be controlled meanwhile.
+    // Not modal: the panel is a drop-down, which has closed by now, and the music is to be controlled
+    // meanwhile.
     void chooseFolder(const QString& title, const QString& from,
                       std::function<void(const QString&)> done) override {
         auto* dialog = new QFileDialog(nullptr, title, from);
