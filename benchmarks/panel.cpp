@@ -8,6 +8,8 @@
 #include "support/private_bus.h"
 
 #include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QDBusVariant>
 #include <QDBusVirtualObject>
 #include <QProcess>
 

@@ -61,9 +61,11 @@ QString RoleAssignment::desktopName(PlayerRole role) const {
 }
 
 std::unique_ptr<PlayerProgram> RoleAssignment::makeLocal() {
-    const auto addresses = userMpdAddresses(QProcessEnvironment::systemEnvironment());
+    auto addresses = userMpdAddresses(QProcessEnvironment::systemEnvironment());
     LocalRoleFacts facts{defaults_.valueFor(defaults::kLocalPlayerKind).value_or(QString()),
                          desktopName(PlayerRole::Local), false};
+    for (auto& address : addresses)
+        address.guessed = address.guessed && facts.setting != u"mpd"; // asked for, with music or without
     std::optional<MpdAddress> running;
     if (chooseLocalPlayer(facts) == LocalPlayerKind::UserMpd || facts.setting == u"auto" ||
         facts.setting.isEmpty())

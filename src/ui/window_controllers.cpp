@@ -133,6 +133,9 @@ void WindowControllers::noBarShowsTheItem() {
 void WindowControllers::becomeWindow() {
     standalone_ = true;
     panel_->setStandalone(true);
+    QRect frame = panel_->frame();
+    frame.moveCenter(face_->mainScreen().visibleFrame.center());
+    panel_->setFrame(frame, false);
     showPanel();
 }
 

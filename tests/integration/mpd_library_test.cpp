@@ -74,5 +74,20 @@ TEST(MpdMediaLibrary, IsWhatTheServerHasAndFollowsItsDatabase) {
     EXPECT_TRUE(library->isFinal());
 }
 
+TEST(MpdMediaLibrary, OneThatNobodyHasNamedCountsOnlyWithMusic) {
+    MpdServer server;
+    ASSERT_TRUE(server.start());
+    const auto executor = makeThreadPoolExecutor();
+    const auto found = [&](bool guessed) {
+        return findRunningMpd({{.socketPath = server.socketPath(), .guessed = guessed}}, 5, *executor)
+            .has_value();
+    };
+    EXPECT_TRUE(found(false));
+    EXPECT_FALSE(found(true)) << "as distributions start one";
+    ASSERT_TRUE(writeMusicFile({server.musicFolder() + u"/one.flac"_qs, u"One"_qs, u"Hits"_qs, {u"Ann"_qs}}));
+    server.ask("update");
+    EXPECT_TRUE(pumpUntil([&] { return found(true); }));
+}
+
 } // namespace
 } // namespace merlode

@@ -20,7 +20,10 @@ TEST(MpdAddresses, AreReadFromTheEnvironmentAsMpdClientsDo) {
         QProcessEnvironment environment;
         environment.insert(QStringLiteral("MPD_HOST"), QString::fromUtf8(each.host));
         environment.insert(QStringLiteral("MPD_PORT"), QString::fromUtf8(each.port));
-        const auto first = userMpdAddresses(environment).front();
+        const auto all = userMpdAddresses(environment);
+        const auto first = all.front();
+        EXPECT_FALSE(first.guessed);
+        EXPECT_EQ(std::ranges::count(all, u"localhost:6600"_qs, &MpdAddress::text), 1) << each.host;
         EXPECT_EQ((first.password + u'|' + first.text()).toStdString(), each.expected);
     }
 }

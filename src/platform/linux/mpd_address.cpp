@@ -34,6 +34,12 @@ quint16 parsePort(const QString& text) {
     return ok && port > 0 ? port : MpdAddress::kDefaultPort;
 }
 
+// One that does not tell, to whoever has no password say, is somebody's.
+bool hasMusic(MpdConnection& connection, double seconds) {
+    const auto reply = connection.run({"stats", {}}, seconds);
+    return !reply || reply.value("songs") != "0";
+}
+
 // The answers of all candidates. Shared with the probes, which may outlive the call that waits for them.
 struct Answers {
     std::mutex mutex;
@@ -65,7 +71,7 @@ QString MpdAddress::text() const {
 std::vector<MpdAddress> userMpdAddresses(const QProcessEnvironment& environment) {
     std::vector<MpdAddress> addresses;
     const auto add = [&addresses](const MpdAddress& address) {
-        if (std::ranges::find(addresses, address) == addresses.end())
+        if (std::ranges::find(addresses, address.text(), &MpdAddress::text) == addresses.end())
             addresses.push_back(address);
     };
     const QString host = environment.value(QStringLiteral("MPD_HOST"));
@@ -75,7 +81,7 @@ std::vector<MpdAddress> userMpdAddresses(const QProcessEnvironment& environment)
     const QString runtime = environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
     if (runtime.startsWith(u'/'))
         add({.socketPath = runtime + QStringLiteral("/mpd/socket"), .host = {}, .password = {}});
-    add({.socketPath = {}, .host = QStringLiteral("localhost"), .password = {}});
+    add({.socketPath = {}, .host = QStringLiteral("localhost"), .password = {}, .guessed = true});
     return addresses;
 }
 
@@ -86,7 +92,8 @@ std::optional<MpdAddress> findRunningMpd(const std::vector<MpdAddress>& candidat
     for (std::size_t index = 0; index < candidates.size(); ++index) {
         executor.execute([answers, index, seconds, address = candidates[index]] {
             MpdConnection connection(address);
-            answers->note(index, connection.open(seconds));
+            const bool greeted = connection.open(seconds);
+            answers->note(index, greeted && (!address.guessed || hasMusic(connection, seconds)));
         });
     }
     std::unique_lock lock(answers->mutex);

@@ -18,6 +18,9 @@ struct MpdAddress {
     QString host{};
     quint16 port = kDefaultPort;
     QString password{}; ///< sent in the clear after connecting; empty for none
+    /// Nobody has named it. Distributions start an mpd for the whole machine at the usual port when they
+    /// install one, and that has no music until somebody gives it some.
+    bool guessed = false;
 
     bool operator==(const MpdAddress&) const = default;
     bool isSocket() const { return !socketPath.isEmpty(); }
@@ -29,8 +32,9 @@ struct MpdAddress {
 /// the socket below XDG_RUNTIME_DIR, the usual port of this machine. None twice.
 std::vector<MpdAddress> userMpdAddresses(const QProcessEnvironment& environment);
 
-/// The first of the candidates that greets as an MPD does, or nothing. All are asked side by side on the
-/// executor and `seconds` bounds the whole call, name look-ups included. Blocks for that long at most.
+/// The first of the candidates that greets as an MPD does and, where it was guessed, has music; or nothing.
+/// All are asked side by side on the executor and `seconds` bounds the whole call, name look-ups included.
+/// Blocks for that long at most.
 std::optional<MpdAddress> findRunningMpd(const std::vector<MpdAddress>& candidates, double seconds,
                                          Executor& executor = Session::current().executor());
 

@@ -62,15 +62,19 @@ void VolumeSlider::paintEvent(QPaintEvent*) {
     const double opacity = isEnabled() ? 1 : kDisabledOpacity;
     const QRectF bar((width() - kBarLength) / 2.0, (height() - kBar) / 2.0, kBarLength, kBar);
     const double middle = bar.x() + share() * bar.width();
+    const QPointF knob(middle - kKnob / 2.0, (height() - kKnob) / 2.0);
+    // What is disabled can be seen through, and the bar under its knob should not.
+    const QRect covered = QRectF(knob, QSizeF(kKnob, kKnob)).toRect();
+    const QRegion around = isEnabled() ? QRegion(rect()) : QRegion(rect()) - covered.adjusted(1, 0, -1, 0);
+    painter.setClipRegion(around);
     painter.setOpacity(opacity * kRestOpacity);
     painter.drawPixmap(bar.topLeft(), barPixels_);
     QRectF filled = bar;
     layoutDirection() == Qt::RightToLeft ? filled.setLeft(middle) : filled.setRight(middle);
     painter.setOpacity(opacity);
-    painter.setClipRect(filled);
+    painter.setClipRect(filled, Qt::IntersectClip);
     painter.drawPixmap(bar.topLeft(), barPixels_);
     painter.setClipping(false);
-    const QPointF knob(middle - kKnob / 2.0, (height() - kKnob) / 2.0);
     painter.drawPixmap(knob, knobPixels_);
     if (hasFocus()) {
         painter.setPen(QPen(control_, 2));
