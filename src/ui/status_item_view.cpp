@@ -15,6 +15,7 @@ namespace {
 
 const QColor kDarkTextColor = QColor::fromRgbF(0.05F, 0.05F, 0.05F);
 const QString kEllipsis = QStringLiteral("…");
+const QString kThinSpace = QStringLiteral("\u2009");
 
 // What streams tell as a title can be pages. This is more than anybody watches going by, half a minute of it.
 constexpr qsizetype kMostLetters = 160;
@@ -173,6 +174,16 @@ QString StatusItemView::visibleText() const {
         return {};
     if (textWidth_ <= kTextFieldWidth || letters_.empty())
         return scrollingString_;
+    QString text = lettersInSlot();
+    // A slot keeps its width. Bars that fit it to the text would jump with each letter.
+    const double space = widthOfString_(kThinSpace);
+    const double rest = kTextFieldWidth - widthOfString_(text);
+    if (space > 0 && rest > space)
+        text += kThinSpace.repeated(static_cast<qsizetype>(rest / space));
+    return text;
+}
+
+QString StatusItemView::lettersInSlot() const {
     const auto first = std::size_t(firstVisibleLetter());
     const double left = letters_[first].second;
     if (textWidth_ - left <= kTextFieldWidth)

@@ -102,6 +102,7 @@ class StatusItemView {
     void animate(const QString& name, const QPointF& from, const QPointF& to, double duration);
     void animationDidStop(const QString& name);
     void moveOnByLetters();
+    QString lettersInSlot() const;
     qsizetype firstVisibleLetter() const;
     void measureLetters();
 

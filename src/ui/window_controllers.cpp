@@ -172,8 +172,10 @@ void WindowControllers::updateItem() {
     forEachItem([&](StatusItem& item) {
         item.setIcon(icon);
         item.setText(statusView_->visibleText(), statusView_->guideText());
-        item.setToolTip(name.isEmpty() ? QStringLiteral("Merlode") : name,
-                        details.join(QStringLiteral(" – ")));
+        // A tip that comes up anew would cover the panel, which tells the same.
+        if (statusView_->itemState() == StatusItemViewState::On)
+            item.setToolTip(name.isEmpty() ? QStringLiteral("Merlode") : name,
+                            details.join(QStringLiteral(" – ")));
         item.setMenu(statusMenu(session_, controls, actions));
     });
 }

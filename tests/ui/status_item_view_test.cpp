@@ -71,7 +71,7 @@ TEST_F(StatusItemViewTest, TextsThatFitAndHostileOnesAreShownWithoutHarm) {
     show(family);
     for (int step = 0; step < 100; ++step) {
         test.loop.advance(0.1);
-        const QString text = view.visibleText();
+        const QString text = view.visibleText().trimmed();
         EXPECT_TRUE(family.contains(text.chopped(text.endsWith(u'…'))) && text[0].isHighSurrogate())
             << "no letter is torn apart: " << text.toStdString();
     }
