@@ -111,6 +111,9 @@ class PanelViewController {
     void selectedTopPandoraButton();
     /// Empties the search field and takes the results away.
     void clearSearch();
+    /// The program's menu, for whoever has no item in the bar to open it at; its last entry quits.
+    void setMenu(std::function<std::vector<MenuEntry>()> menu) { menu_ = std::move(menu); }
+    std::vector<MenuEntry> menu() const { return menu_ ? menu_() : std::vector<MenuEntry>(); }
     /// Whether the user can name another folder of music at this moment, since there is nothing in the
     /// present one; and does so.
     bool canChooseMusicFolder() const;
@@ -174,6 +177,7 @@ class PanelViewController {
     PanelMetrics metrics_;
     bool hasMainWindow_ = false;
     std::function<void()> chooseMusicFolder_;
+    std::function<std::vector<MenuEntry>()> menu_;
 
     PanelDisplayState state_ = PanelDisplayState::None;
     PanelSections sections_;

@@ -42,6 +42,7 @@ void WindowControllers::loadWindowControllers() {
     panelController_->setHasMainWindow(main_ != nullptr);
     if (options_.useMusicFolder)
         panelController_->setChooseMusicFolder([this] { chooseMusicFolder(); });
+    panelController_->setMenu([this] { return menu(false); });
     panel_ = face_->makePanelWindow(*panelController_);
     panelController_->setWindow(panel_.get());
     panelController_->fitWindow(false);
@@ -163,11 +164,6 @@ void WindowControllers::updateItem() {
     QStringList details{controls.artistName(), controls.albumName()};
     details.removeAll(QString());
     const QString name = controls.trackName();
-    StatusMenuActions actions{[this] { showPanel(); }, {}, {}, options_.quit};
-    if (main_)
-        actions.openWindow = [this] { openMainWindow(); };
-    if (settings_)
-        actions.openSettings = [this] { openSettingsWindow(); };
     const auto icon = face_->statusIcon(statusView_->itemState(), statusView_->textColor());
     forEachItem([&](StatusItem& item) {
         item.setIcon(icon);
@@ -176,8 +172,20 @@ void WindowControllers::updateItem() {
         if (statusView_->itemState() == StatusItemViewState::On)
             item.setToolTip(name.isEmpty() ? QStringLiteral("Merlode") : name,
                             details.join(QStringLiteral(" – ")));
-        item.setMenu(statusMenu(session_, controls, actions));
+        item.setMenu(menu(true));
     });
+}
+
+std::vector<MenuEntry> WindowControllers::menu(bool inBar) {
+    StatusMenuActions actions;
+    if (inBar)
+        actions.openPanel = [this] { showPanel(); };
+    if (main_)
+        actions.openWindow = [this] { openMainWindow(); };
+    if (settings_)
+        actions.openSettings = [this] { openSettingsWindow(); };
+    actions.quit = options_.quit;
+    return statusMenu(session_, panelController_->controls(), actions);
 }
 
 void WindowControllers::forEachItem(const std::function<void(StatusItem&)>& work) {

@@ -72,6 +72,7 @@ class WindowControllers final : public WindowsLink, private StatusItemViewDelega
     PanelPlace placeOfPanel() const;
     void placePanel();
 
+    std::vector<MenuEntry> menu(bool inBar);
     void turnVolume(int notches);
     void updateItemLater();
     void updateItem();

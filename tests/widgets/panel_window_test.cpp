@@ -12,6 +12,8 @@
 #include <QApplication>
 #include <QDir>
 #include <QMouseEvent>
+#include <QRegularExpression>
+#include <QShortcut>
 
 namespace merlode {
 namespace {
@@ -223,6 +225,15 @@ TEST_F(PanelWindowTest, TheKeyboardReachesEverything) {
     EXPECT_TRUE(player.commands.join(u' ').contains(u"Paper Lantern"_qs) ||
                 player.commands.join(u' ').contains(u"Lantern Street"_qs))
         << player.commands.join(u' ').toStdString();
+    int quits = 0;
+    panel->setMenu([&quits] {
+        return std::vector<MenuEntry>{{u"Quit"_qs, true, std::nullopt, [&quits] { ++quits; }, {}}};
+    });
+    for (auto* shortcut : window->findChildren<QShortcut*>()) {
+        if (shortcut->key() == QKeySequence(Qt::CTRL | Qt::Key_Q))
+            Q_EMIT shortcut->activated();
+    }
+    EXPECT_EQ(quits, 1);
     press(window.get(), Qt::Key_Escape);
     EXPECT_EQ(panel->displayState(), PanelDisplayState::None) << "first what was found goes";
     EXPECT_TRUE(window->isKey());

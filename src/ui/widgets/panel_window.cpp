@@ -13,6 +13,7 @@
 #include "ui/widgets/text_button.h"
 #include "ui/widgets/volume_slider.h"
 
+#include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QVBoxLayout>
@@ -60,6 +61,7 @@ PanelWindow::PanelWindow(Session& session, PanelViewController& controller)
     makeResults();
     makeShortcuts();
     hostMenu_ = new QMenu(this);
+    menu_ = new QMenu(this);
     fade_ = new CrossFade(this);
     growth_.setDuration(kGrowthMilliseconds);
     growth_.setEasingCurve(QEasingCurve::OutCubic);
@@ -377,6 +379,16 @@ void PanelWindow::openHostMenu() {
     hostMenu_->popup(host_->mapToGlobal(corner));
 }
 
+void PanelWindow::openMenu(const QPoint& place) {
+    fillMenu(*menu_, controller_.menu());
+    if (!menu_->isEmpty())
+        menu_->popup(place);
+}
+
+void PanelWindow::contextMenuEvent(QContextMenuEvent* event) {
+    openMenu(event->globalPos());
+}
+
 void PanelWindow::showResults() {
     for (std::size_t table = 0; table < kPanelTables; ++table)
         tables_[table].list->reloadData(controller_.rows(static_cast<PanelTable>(table)));
@@ -424,7 +436,7 @@ void PanelWindow::colourWidgets() {
     for (auto* button : {previous_, play_, next_, favorite_, mute_})
         button->setColors(colors_.control, colors_.highlight);
     choose_->setColors(colors_.text, colors_.highlight);
-    for (auto* button : {position_, host_})
+    for (auto* button : {position_, host_, more_})
         button->setColors(colors_.dimText, colors_.highlight);
     previous_->setImage(images.previousImage);
     previous_->setAction(QStringLiteral("Previous"), QStringLiteral("Ctrl+Left"));

@@ -53,6 +53,7 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     void hideEvent(QHideEvent* event) override;
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
@@ -83,6 +84,7 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     void showScheme();
     void colourWidgets();
     void openHostMenu();
+    void openMenu(const QPoint& place);
     void enterResults();
     void changeVolume(int difference);
     void dismiss();
@@ -109,6 +111,8 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     TextButton* position_ = nullptr;
     TextButton* host_ = nullptr;
     QMenu* hostMenu_ = nullptr;
+    TextButton* more_ = nullptr;
+    QMenu* menu_ = nullptr;
     ControlButton* previous_ = nullptr;
     ControlButton* play_ = nullptr;
     ControlButton* next_ = nullptr;

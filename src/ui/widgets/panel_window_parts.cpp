@@ -20,9 +20,9 @@ constexpr int kButton = 34;
 constexpr int kPlayButton = 42;
 constexpr int kSmallButton = 30;
 
-QHBoxLayout* rowIn(QWidget* widget, int left, int right, int spacing) {
+QHBoxLayout* rowIn(QWidget* widget, int spacing) {
     auto* row = new QHBoxLayout(widget);
-    row->setContentsMargins(left, 0, right, 0);
+    row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(spacing);
     return row;
 }
@@ -32,7 +32,7 @@ QHBoxLayout* rowIn(QWidget* widget, int left, int right, int spacing) {
 void PanelWindow::makeTop() {
     auto* top = new QWidget(body_);
     top->setFixedHeight(panelsize::kArt);
-    auto* row = rowIn(top, 0, 0, 0);
+    auto* row = rowIn(top, 0);
     // Unlike a margin it changes sides in a mirrored layout. The texts of buttons are in line with the
     // others.
     row->addSpacing(panelsize::kMargin - TextButton::kPadding);
@@ -81,7 +81,7 @@ void PanelWindow::makeTop() {
 void PanelWindow::makeTransport() {
     auto* transport = new QWidget(body_);
     transport->setFixedHeight(panelsize::kTransport);
-    auto* row = rowIn(transport, 0, 0, 2);
+    auto* row = rowIn(transport, 2);
     row->addSpacing(panelsize::kMargin - 8); // the shapes are in line with the texts, not the buttons
     previous_ = new ControlButton(kButton, 20, transport);
     play_ = new ControlButton(kPlayButton, 28, transport);
@@ -118,8 +118,10 @@ void PanelWindow::makeTransport() {
 void PanelWindow::makeSearch() {
     auto* row = new QWidget(body_);
     row->setFixedHeight(panelsize::kSearch);
-    auto* line = rowIn(row, panelsize::kMargin, panelsize::kMargin, 0);
-    line->setContentsMargins(panelsize::kMargin, 0, panelsize::kMargin, 8);
+    auto* line = new QHBoxLayout(row);
+    line->setContentsMargins(0, 0, 0, 8);
+    line->setSpacing(4);
+    line->addSpacing(panelsize::kMargin);
     search_ = new QLineEdit(row);
     search_->setPlaceholderText(QStringLiteral("Search all your music"));
     search_->setAccessibleName(QStringLiteral("Search"));
@@ -128,6 +130,15 @@ void PanelWindow::makeSearch() {
     searchIcon_ = search_->addAction(QIcon(), QLineEdit::LeadingPosition);
     searchIcon_->setEnabled(false);
     line->addWidget(search_);
+    more_ = new TextButton(false, row);
+    more_->setFont(panelfont::title());
+    more_->setText(QStringLiteral("⋯"));
+    more_->setToolTip(QStringLiteral("Settings and more"));
+    more_->setAccessibleName(more_->toolTip());
+    connect(more_, &QAbstractButton::clicked, this,
+            [this] { openMenu(more_->mapToGlobal(QPoint(0, more_->height()))); });
+    line->addWidget(more_);
+    line->addSpacing(panelsize::kMargin - TextButton::kPadding - 4);
     body_->layout()->addWidget(row);
     connect(search_, &QLineEdit::returnPressed, this,
             [this] { controller_.searchFieldAction(search_->text()); });
@@ -215,6 +226,10 @@ void PanelWindow::makeShortcuts() {
     addShortcut(Qt::CTRL | Qt::Key_D, [&controls] { controls.toggleFavorite(); });
     addShortcut(QKeySequence::Find, [this] { selectSearchField(); });
     addShortcut(Qt::CTRL | Qt::Key_W, [this] { hide(); });
+    addShortcut(Qt::CTRL | Qt::Key_Q, [this] {
+        if (const auto menu = controller_.menu(); !menu.empty())
+            menu.back().action();
+    });
 }
 
 } // namespace merlode
