@@ -33,6 +33,7 @@ QString noticeOf(const std::vector<StepReport>& steps) {
 template<class Items>
 std::vector<ResultRow> rowsOf(const Items& items) {
     std::vector<ResultRow> rows;
+    rows.reserve(items.size());
     for (const auto& item : items)
         rows.push_back(resultRowOf(item));
     return rows;
