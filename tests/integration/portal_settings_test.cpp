@@ -64,7 +64,7 @@ TEST_F(PortalSettingsTest, OnlyWhatMakesSenseIsTakenIn) {
         {kAppearance, kScheme, boxed(1u)}, // nothing new
         {kAppearance, kScheme, boxed(u"2"_qs)},
         {kAppearance, kScheme, boxed(2)}, // a number of another type
-        {kAppearance, kScheme, boxed(boxed(boxed(boxed(2u))))},
+        {kAppearance, kScheme, boxed(boxed(boxed(boxed(7u))))},
         {kAppearance, kScheme, u"2"_qs},
         {kAppearance, kScheme},
         {kGnome, kScheme, boxed(2u)},
