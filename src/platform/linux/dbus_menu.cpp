@@ -14,7 +14,7 @@ namespace {
 const QString kInterface = u"com.canonical.dbusmenu"_qs;
 const QString kProperties = u"org.freedesktop.DBus.Properties"_qs;
 constexpr uint kVersion = 3;
-constexpr int kMostIds = std::numeric_limits<int>::max() / 2;
+constexpr int kMostIds = std::numeric_limits<int>::max() - 1;
 
 QDBusMessage wrongArguments(const QDBusMessage& message) {
     return message.createErrorReply(QDBusError::InvalidArgs, u"these arguments make no sense"_qs);
@@ -128,7 +128,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, DBusMenuEvent& va
 }
 
 DBusMenu::DBusMenu(QDBusConnection bus, RunLoop& loop, std::function<void()> willOpen)
-    : bus_(std::move(bus)), loop_(loop), willOpen_(std::move(willOpen)) {
+    : bus_(std::move(bus)), calls_(loop), willOpen_(std::move(willOpen)) {
     registerTypes();
     setMenu({});
     bus_.registerVirtualObject(path(), this);
@@ -149,7 +149,7 @@ void DBusMenu::addNodes(Nodes& nodes, std::size_t parent, std::vector<MenuEntry>
         std::vector<MenuEntry> children = std::exchange(entry.children, {});
         const std::size_t place = nodes.size();
         nodes[parent].children.push_back(place);
-        nodes.push_back({entry, {}, propertiesOf(entry, !children.empty())});
+        nodes.push_back({0, entry, {}, propertiesOf(entry, !children.empty())});
         addNodes(nodes, place, children);
     }
 }
@@ -162,27 +162,51 @@ bool DBusMenu::sameShape(const Nodes& one, const Nodes& other) {
 
 void DBusMenu::setMenu(std::vector<MenuEntry> entries) {
     const Nodes before = std::exchange(nodes_, {});
-    nodes_.push_back({{}, {}, {{u"children-display"_qs, u"submenu"_qs}}});
+    nodes_.push_back({0, {}, {}, {{u"children-display"_qs, u"submenu"_qs}}});
     addNodes(nodes_, 0, entries);
-    if (sameShape(before, nodes_))
-        return announceChanges(before);
-    // Whoever still shows the old menu must not choose from the new one by a number that has another meaning.
-    firstId_ += static_cast<int>(before.size());
-    if (firstId_ > kMostIds)
-        firstId_ = 1;
-    ++revision_;
-    emitSignal(u"LayoutUpdated"_qs, {revision_, 0});
+    const bool same = sameShape(before, nodes_);
+    if (same) {
+        for (std::size_t place = 0; place < nodes_.size(); ++place)
+            nodes_[place].id = before[place].id;
+    } else {
+        takeIds(before, before.empty() ? std::vector<std::size_t>() : before[0].children, 0);
+    }
+    announceChanges(before);
+    if (!same)
+        emitSignal(u"LayoutUpdated"_qs, {++revision_, 0});
+}
+
+// Whoever still shows the old menu must not choose from the new one by a number that has another meaning.
+void DBusMenu::takeIds(const Nodes& before, std::vector<std::size_t> candidates, std::size_t parent) {
+    for (const auto child : nodes_[parent].children) {
+        const auto same = std::ranges::find_if(candidates, [&](std::size_t place) {
+            return before[place].entry.text == nodes_[child].entry.text;
+        });
+        const Node* kept = same == candidates.end() ? nullptr : &before[*same];
+        if (kept)
+            candidates.erase(same);
+        else
+            lastId_ = lastId_ % kMostIds + 1;
+        nodes_[child].id = kept ? kept->id : lastId_;
+        takeIds(before, kept ? kept->children : std::vector<std::size_t>(), child);
+    }
 }
 
 void DBusMenu::announceChanges(const Nodes& before) {
     QList<DBusMenuItem> changed;
-    for (std::size_t place = 1; place < nodes_.size(); ++place) {
-        if (nodes_[place].properties != before[place].properties)
-            changed << DBusMenuItem{idOf(place), nodes_[place].properties};
+    QList<DBusMenuKeys> lost;
+    for (const auto& now : nodes_) {
+        const auto* old = find(before, now.id);
+        if (!old || old->properties == now.properties)
+            continue;
+        changed << DBusMenuItem{now.id, now.properties};
+        DBusMenuKeys keys{now.id, old->properties.keys()};
+        keys.properties.removeIf([&](const QString& name) { return now.properties.contains(name); });
+        if (!keys.properties.isEmpty())
+            lost << keys;
     }
     if (!changed.isEmpty())
-        emitSignal(u"ItemsPropertiesUpdated"_qs,
-                   {QVariant::fromValue(changed), QVariant::fromValue(QList<DBusMenuKeys>())});
+        emitSignal(u"ItemsPropertiesUpdated"_qs, {QVariant::fromValue(changed), QVariant::fromValue(lost)});
 }
 
 void DBusMenu::emitSignal(const QString& name, const QVariantList& arguments) {
@@ -191,19 +215,19 @@ void DBusMenu::emitSignal(const QString& name, const QVariantList& arguments) {
     bus_.send(signal);
 }
 
-int DBusMenu::idOf(std::size_t place) const {
-    return place == 0 ? 0 : firstId_ + static_cast<int>(place) - 1;
-}
-
-const DBusMenu::Node* DBusMenu::node(int id) const {
-    const qint64 place = id == 0 ? 0 : qint64(id) - firstId_ + 1;
-    const bool known = place >= (id == 0 ? 0 : 1) && place < qint64(nodes_.size());
-    return known ? &nodes_[std::size_t(place)] : nullptr;
+const DBusMenu::Node* DBusMenu::find(const Nodes& nodes, int id) {
+    const auto found = std::ranges::find(nodes, id, &Node::id);
+    return found == nodes.end() ? nullptr : &*found;
 }
 
 // The protocol.
 
 bool DBusMenu::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
+    const QString called = message.member() + u' ' + message.signature();
+    if (called == u"AboutToShow i" || called == u"AboutToShowGroup ai") {
+        aboutToShow(message, connection);
+        return true;
+    }
     const auto reply = message.interface() == kProperties ? answerProperties(message) : answer(message);
     if (reply.type() == QDBusMessage::InvalidMessage)
         return false;
@@ -223,8 +247,6 @@ QDBusMessage DBusMenu::answer(const QDBusMessage& message) {
         return getProperty(message);
     if (is(u"Event", u"isvu") || is(u"EventGroup", u"a(isvu)"))
         return events(message);
-    if (is(u"AboutToShow", u"i") || is(u"AboutToShowGroup", u"ai"))
-        return aboutToShow(message);
     return {};
 }
 
@@ -254,7 +276,7 @@ QDBusMessage DBusMenu::answerProperties(const QDBusMessage& message) const {
 }
 
 DBusMenuLayout DBusMenu::layout(std::size_t place, int depth, const QStringList& names) const {
-    DBusMenuLayout described{idOf(place), chosen(nodes_[place].properties, names), {}};
+    DBusMenuLayout described{nodes_[place].id, chosen(nodes_[place].properties, names), {}};
     if (depth != 0) {
         for (const auto child : nodes_[place].children)
             described.children << layout(child, depth - 1, names);
@@ -278,13 +300,9 @@ QDBusMessage DBusMenu::getGroupProperties(const QDBusMessage& message) const {
     const auto ids = qdbus_cast<QList<int>>(message.arguments()[0]);
     const auto names = message.arguments()[1].toStringList();
     QList<DBusMenuItem> items;
-    if (ids.isEmpty()) { // all of them
-        for (std::size_t place = 0; place < nodes_.size(); ++place)
-            items << DBusMenuItem{idOf(place), chosen(nodes_[place].properties, names)};
-    }
-    for (const int id : ids) {
-        if (const auto* known = node(id))
-            items << DBusMenuItem{id, chosen(known->properties, names)};
+    for (const auto& known : nodes_) { // each once, however often it is asked for
+        if (ids.isEmpty() || ids.contains(known.id))
+            items << DBusMenuItem{known.id, chosen(known.properties, names)};
     }
     return message.createReply(QVariant::fromValue(items));
 }
@@ -312,35 +330,29 @@ QDBusMessage DBusMenu::events(const QDBusMessage& message) {
 }
 
 // An entry that has gone meanwhile does nothing: the user chose what was to be seen, not what took its place.
+// That the menu has "opened" is told behind AboutToShow, when it is too late to change what is seen.
 bool DBusMenu::happened(int id, const QString& type) {
     const auto* known = node(id);
-    if (!known)
-        return false;
-    if (type == u"clicked" && known->entry.enabled)
-        later(known->entry.action);
-    else if (type == u"opened" && id == 0)
-        later(willOpen_);
-    return true;
+    if (known && type == u"clicked" && known->entry.enabled)
+        calls_.call(known->entry.action);
+    return known != nullptr;
 }
 
-QDBusMessage DBusMenu::aboutToShow(const QDBusMessage& message) {
-    const auto ids = message.member() == u"AboutToShow" ? QList<int>{message.arguments()[0].toInt()}
-                                                        : qdbus_cast<QList<int>>(message.arguments()[0]);
-    if (ids.contains(0))
-        later(willOpen_);
-    if (message.member() == u"AboutToShow")
-        return message.createReply(false); // what changes is announced
-    auto reply = message.createReply(QVariant::fromValue(QList<int>()));
-    reply << QVariant::fromValue(QList<int>());
-    return reply;
-}
-
-void DBusMenu::later(std::function<void()> work) {
-    if (!work)
-        return;
-    loop_.async([life = std::weak_ptr(life_), work = std::move(work)] {
-        if (!life.expired())
-            work();
+// Answered when the menu has been brought up to date, so that nobody shows it as it was before. The answer
+// counts beside the signals: bars made with Qt show nothing where a menu changes that is said to stay as it
+// is.
+void DBusMenu::aboutToShow(const QDBusMessage& message, const QDBusConnection& connection) {
+    const bool single = message.signature() == u"i";
+    const auto ids =
+        single ? QList<int>{message.arguments()[0].toInt()} : qdbus_cast<QList<int>>(message.arguments()[0]);
+    calls_.call([this, message, connection, single, shown = ids.contains(0)] {
+        const uint before = revision_;
+        if (shown && willOpen_)
+            willOpen_();
+        const bool changed = revision_ != before;
+        const auto updated = QVariant::fromValue(changed ? QList<int>{0} : QList<int>());
+        const auto unknown = QVariant::fromValue(QList<int>());
+        connection.send(message.createReply(single ? QVariantList{changed} : QVariantList{updated, unknown}));
     });
 }
 

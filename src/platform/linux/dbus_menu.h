@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/run_loop.h"
+#include "platform/linux/deferred_calls.h"
 #include "platform/status_item.h"
 
 #include <QDBusArgument>
@@ -9,7 +9,6 @@
 #include <QDBusVirtualObject>
 
 #include <functional>
-#include <memory>
 #include <vector>
 
 namespace merlode {
@@ -50,14 +49,16 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, DBusMenuEvent& va
 /// A menu that another program shows: com.canonical.dbusmenu. Actions run through the run loop. Main thread.
 class DBusMenu final : public QDBusVirtualObject {
   public:
-    /// `willOpen` is called when somebody is about to show the menu; may be empty.
+    /// `willOpen` is called when somebody is about to show the menu, who waits for what becomes of it; may be
+    /// empty.
     DBusMenu(QDBusConnection bus, RunLoop& loop, std::function<void()> willOpen);
     ~DBusMenu() override;
 
     static QString path();
 
-    /// Shows these entries from now on. Entries keep their identity while only their looks change, so that a
-    /// menu can be open meanwhile.
+    /// Shows these entries from now on. Entries keep their identity while only their looks change, and in a
+    /// menu of another shape those that say the same as before: some bars show a menu that is open as it was
+    /// until it is closed, and a choice from it is to have its effect.
     void setMenu(std::vector<MenuEntry> entries);
 
     QString introspect(const QString& path) const override;
@@ -66,6 +67,7 @@ class DBusMenu final : public QDBusVirtualObject {
   private:
     /// Entries in one row; those of a submenu stand behind their own.
     struct Node {
+        int id = 0;
         MenuEntry entry; ///< without its children, which are nodes
         std::vector<std::size_t> children;
         QVariantMap properties;
@@ -74,11 +76,12 @@ class DBusMenu final : public QDBusVirtualObject {
 
     static void addNodes(Nodes& nodes, std::size_t parent, std::vector<MenuEntry>& entries);
     static bool sameShape(const Nodes& one, const Nodes& other);
+    void takeIds(const Nodes& before, std::vector<std::size_t> candidates, std::size_t parent);
     void announceChanges(const Nodes& before);
     void emitSignal(const QString& name, const QVariantList& arguments);
 
-    const Node* node(int id) const;
-    int idOf(std::size_t place) const;
+    static const Node* find(const Nodes& nodes, int id);
+    const Node* node(int id) const { return find(nodes_, id); }
     DBusMenuLayout layout(std::size_t place, int depth, const QStringList& names) const;
     QVariant menuProperty(const QString& name) const;
 
@@ -88,17 +91,15 @@ class DBusMenu final : public QDBusVirtualObject {
     QDBusMessage getGroupProperties(const QDBusMessage& message) const;
     QDBusMessage getProperty(const QDBusMessage& message) const;
     QDBusMessage events(const QDBusMessage& message);
-    QDBusMessage aboutToShow(const QDBusMessage& message);
+    void aboutToShow(const QDBusMessage& message, const QDBusConnection& connection);
     bool happened(int id, const QString& type);
-    void later(std::function<void()> work);
 
     QDBusConnection bus_;
-    RunLoop& loop_;
+    DeferredCalls calls_;
     std::function<void()> willOpen_;
     Nodes nodes_; ///< the first is the menu itself
     uint revision_ = 1;
-    int firstId_ = 1; ///< of the second node; the menu itself is always 0
-    std::shared_ptr<char> life_ = std::make_shared<char>();
+    int lastId_ = 0; ///< given to an entry; the menu itself is always 0
 };
 
 } // namespace merlode

@@ -30,10 +30,17 @@ QVariant unwrapped(QVariant value) {
 } // namespace
 
 PortalSettings::PortalSettings(QDBusConnection bus, Session& session)
-    : bus_(std::move(bus)), session_(session) {
+    : bus_(std::move(bus)),
+      session_(session),
+      portal_(kPortal, bus_, QDBusServiceWatcher::WatchForRegistration) {
     qDBusRegisterMetaType<Groups>();
     bus_.connect(kPortal, kPath, kInterface, u"SettingChanged"_qs, this,
                  SLOT(settingChanged(QString, QString, QDBusVariant)));
+    connect(&portal_, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(); });
+    ask();
+}
+
+void PortalSettings::ask() {
     auto question = QDBusMessage::createMethodCall(kPortal, kPath, kInterface, u"ReadAll"_qs);
     auto* pending =
         new QDBusPendingCallWatcher(bus_.asyncCall(question << QStringList{kAppearance, kGnome}), this);
@@ -50,22 +57,30 @@ void PortalSettings::readAll(const QDBusMessage& reply) {
     if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != u"a{sa{sv}}")
         return; // no portal, or none that tells settings
     const auto groups = qdbus_cast<Groups>(reply.arguments().at(0));
-    for (auto group = groups.begin(); group != groups.end(); ++group) {
-        for (auto value = group->begin(); value != group->end(); ++value)
-            take(group.key(), value.key(), *value);
-    }
+    changing([&] {
+        for (auto group = groups.begin(); group != groups.end(); ++group) {
+            for (auto value = group->begin(); value != group->end(); ++value)
+                take(group.key(), value.key(), *value);
+        }
+    });
 }
 
 void PortalSettings::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
     session_.runLoop().async([self = QPointer(this), group, key, value] {
         if (self)
-            self->take(group, key, value.variant());
+            self->changing([&] { self->take(group, key, value.variant()); });
     });
+}
+
+void PortalSettings::changing(const std::function<void()>& change) {
+    const auto before = std::pair(colorScheme_, reducedMotion());
+    change();
+    if (before != std::pair(colorScheme_, reducedMotion()))
+        session_.distributedCenter().post(notifications::kInterfaceThemeChanged);
 }
 
 void PortalSettings::take(const QString& group, const QString& key, const QVariant& value) {
     constexpr uint kDark = 1, kLight = 2, kReduced = 1;
-    const auto before = std::pair(colorScheme_, reducedMotion());
     const QVariant told = unwrapped(value);
     const bool isNumber = told.metaType() == QMetaType::fromType<uint>();
     if (group == kAppearance && key == u"color-scheme" && isNumber)
@@ -76,8 +91,6 @@ void PortalSettings::take(const QString& group, const QString& key, const QVaria
         motionIsReduced_ = told.toUInt() == kReduced;
     else if (group == kGnome && key == u"enable-animations" && told.metaType() == QMetaType::fromType<bool>())
         animationsAreOff_ = !told.toBool();
-    if (before != std::pair(colorScheme_, reducedMotion()))
-        session_.distributedCenter().post(notifications::kInterfaceThemeChanged);
 }
 
 } // namespace merlode

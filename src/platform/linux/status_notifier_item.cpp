@@ -22,7 +22,8 @@ const QString kWatcherPath = u"/StatusNotifierWatcher"_qs;
 const QString kProperties = u"org.freedesktop.DBus.Properties"_qs;
 
 // Bars made with Qt tell a turn of the wheel as the hardware does, by 120 and above 0 away from the user, and
-// fractions of that for a touch pad. Those made with GTK tell it by 1, and above 0 towards the user.
+// fractions of that for a touch pad. Those made with GTK tell it by 1, and above 0 towards the user. A bar
+// that has once told more than any of the latter would is one of the former from then on.
 constexpr int kNotch = 120;
 constexpr int kLeastOfHardware = 15;
 constexpr int kMostNotches = 100;
@@ -30,6 +31,13 @@ constexpr int kMostNotches = 100;
 QString newServiceName() {
     static std::atomic<int> count = 0;
     return u"org.kde.StatusNotifierItem-%1-%2"_qs.arg(QCoreApplication::applicationPid()).arg(++count);
+}
+
+// A title is plain text, but bars made with Qt show what looks like a tag as one. Something invisible inside
+// keeps it from looking so, and harms nowhere else.
+QString neverMarkup(QString text) {
+    constexpr QChar kWordJoiner(0x2060);
+    return text.replace(u'<', u"<"_qs + kWordJoiner).replace(u"&lt;"_qs, u"&"_qs + kWordJoiner + u"lt;"_qs);
 }
 
 StatusNotifierPixmap pixmapOf(const QImage& picture) {
@@ -73,7 +81,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, StatusNotifierToo
 
 StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, RunLoop& loop, Identity identity, Events events)
     : bus_(std::move(bus)),
-      loop_(loop),
+      calls_(loop),
       identity_(std::move(identity)),
       events_(std::move(events)),
       menu_(bus_, loop, events_.menuWillOpen),
@@ -86,9 +94,10 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, RunLoop& loop, Ident
     bus_.registerService(service_);
     for (const auto& name : {u"StatusNotifierHostRegistered"_qs, u"StatusNotifierHostUnregistered"_qs})
         bus_.connect(kWatcher, kWatcherPath, kWatcher, name, this, SLOT(hostsChanged()));
-    connect(
-        &watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
-        [this](const QString&, const QString&, const QString& owner) { watcherChanged(!owner.isEmpty()); });
+    connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& owner) {
+                calls_.call([this, present = !owner.isEmpty()] { watcherChanged(present); });
+            });
     auto question = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_qs, u"/org/freedesktop/DBus"_qs,
                                                    u"org.freedesktop.DBus"_qs, u"NameHasOwner"_qs);
     call(question << kWatcher,
@@ -107,7 +116,7 @@ void StatusNotifierItem::call(const QDBusMessage& message, std::function<void(co
     connect(pending, &QDBusPendingCallWatcher::finished, this,
             [this, done = std::move(done)](QDBusPendingCallWatcher* finished) {
                 finished->deleteLater();
-                later([done, reply = finished->reply()] { done(reply); });
+                calls_.call([done, reply = finished->reply()] { done(reply); });
             });
 }
 
@@ -130,13 +139,13 @@ void StatusNotifierItem::registerAtWatcher() {
 }
 
 void StatusNotifierItem::hostsChanged() {
-    later([this] { askForHosts(); });
+    calls_.call([this] { askForHosts(); });
 }
 
 void StatusNotifierItem::askForHosts() {
     auto message = QDBusMessage::createMethodCall(kWatcher, kWatcherPath, kProperties, u"Get"_qs);
     call(message << kWatcher << u"IsStatusNotifierHostRegistered"_qs, [this](const QDBusMessage& reply) {
-        setShown(qvariant_cast<QDBusVariant>(reply.arguments().value(0)).variant().toBool());
+        setShown(qvariant_cast<QDBusVariant>(reply.arguments().value(0)).variant() == QVariant(true));
     });
 }
 
@@ -145,7 +154,7 @@ void StatusNotifierItem::setShown(bool shown) {
         return;
     shown_ = shown;
     if (events_.shownChanged)
-        later([this, shown] { events_.shownChanged(shown); });
+        calls_.call([this, shown] { events_.shownChanged(shown); });
 }
 
 // What is shown.
@@ -169,10 +178,10 @@ void StatusNotifierItem::setText(const QString& text, const QString& guide) {
 }
 
 void StatusNotifierItem::setToolTip(const QString& title, const QString& text) {
-    const QString markup = text.toHtmlEscaped();
-    if (title == toolTip_.title && markup == toolTip_.text)
+    const QString plain = neverMarkup(title), markup = text.toHtmlEscaped();
+    if (plain == toolTip_.title && markup == toolTip_.text)
         return;
-    toolTip_ = {{}, {}, title, markup};
+    toolTip_ = {{}, {}, plain, markup};
     emitSignal(u"NewToolTip"_qs);
 }
 
@@ -233,40 +242,35 @@ bool StatusNotifierItem::carryOut(const QDBusMessage& message) {
         // Bars that do not know where the item is say that it is in the corner.
         const QPoint place(arguments[0].toInt(), arguments[1].toInt());
         if (events_.selected)
-            later([this, place] { events_.selected(place.isNull() ? std::nullopt : std::optional(place)); });
+            calls_.call(
+                [this, place] { events_.selected(place.isNull() ? std::nullopt : std::optional(place)); });
         return true;
     }
     if ((called == u"SecondaryActivate" && signature == u"ii") ||
         (called == u"XAyatanaSecondaryActivate" && signature == u"u")) {
-        later(events_.secondarySelected);
+        calls_.call(events_.secondarySelected);
         return true;
     }
     if (called == u"Scroll" && signature == u"is") {
-        scroll(arguments[0].toInt(), arguments[1].toString());
+        scroll(message);
         return true;
     }
     // Bars that ask for the menu so can show what stands under "Menu" themselves.
     return called == u"ContextMenu" && signature == u"ii";
 }
 
-void StatusNotifierItem::scroll(int delta, const QString& orientation) {
-    if (orientation.compare(u"vertical", Qt::CaseInsensitive) != 0 || !events_.scrolled)
+void StatusNotifierItem::scroll(const QDBusMessage& message) {
+    const auto arguments = message.arguments();
+    if (arguments[1].toString().compare(u"vertical", Qt::CaseInsensitive) != 0 || !events_.scrolled)
         return;
-    const int bounded = std::clamp(delta, -kMostNotches * kNotch, kMostNotches * kNotch);
-    scrolled_ += std::abs(bounded) < kLeastOfHardware ? -bounded * kNotch : bounded;
+    const int delta = std::clamp(arguments[0].toInt(), -kMostNotches * kNotch, kMostNotches * kNotch);
+    if (std::abs(delta) >= kLeastOfHardware)
+        fineBar_ = message.service();
+    scrolled_ += message.service() == fineBar_ ? delta : -delta * kNotch;
     const int notches = std::clamp(scrolled_ / kNotch, -kMostNotches, kMostNotches);
     scrolled_ %= kNotch;
     if (notches != 0)
-        later([this, notches] { events_.scrolled(notches); });
-}
-
-void StatusNotifierItem::later(std::function<void()> work) {
-    if (!work)
-        return;
-    loop_.async([life = std::weak_ptr(life_), work = std::move(work)] {
-        if (!life.expired())
-            work();
-    });
+        calls_.call([this, notches] { events_.scrolled(notches); });
 }
 
 QString StatusNotifierItem::introspect(const QString&) const {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/run_loop.h"
 #include "platform/linux/dbus_menu.h"
+#include "platform/linux/deferred_calls.h"
 #include "platform/status_item.h"
 
 #include <QDBusArgument>
@@ -11,7 +11,6 @@
 #include <QDBusVirtualObject>
 
 #include <functional>
-#include <memory>
 
 namespace merlode {
 
@@ -70,12 +69,11 @@ class StatusNotifierItem final : public QDBusVirtualObject, public StatusItem {
     QVariantMap properties() const;
     QDBusMessage answerProperties(const QDBusMessage& message) const;
     bool carryOut(const QDBusMessage& message);
-    void scroll(int delta, const QString& orientation);
+    void scroll(const QDBusMessage& message);
     void emitSignal(const QString& name, const QVariantList& arguments = {});
-    void later(std::function<void()> work);
 
     QDBusConnection bus_;
-    RunLoop& loop_;
+    DeferredCalls calls_;
     Identity identity_;
     Events events_;
     DBusMenu menu_;
@@ -89,7 +87,7 @@ class StatusNotifierItem final : public QDBusVirtualObject, public StatusItem {
     QString guide_;
     StatusNotifierToolTip toolTip_;
     int scrolled_ = 0; ///< that makes no notch yet
-    std::shared_ptr<char> life_ = std::make_shared<char>();
+    QString fineBar_;  ///< the unique name of one that tells the wheel as the hardware does
 };
 
 } // namespace merlode
