@@ -111,6 +111,9 @@ class PanelViewController {
     void selectedTopPandoraButton();
     /// Empties the search field and takes the results away.
     void clearSearch();
+    /// Takes the panel off the screen, as the user wants by a key.
+    void close() { close_(); }
+    void setClose(std::function<void()> close) { close_ = std::move(close); }
     /// The program's menu, for whoever has no item in the bar to open it at; its last entry quits.
     void setMenu(std::function<std::vector<MenuEntry>()> menu) { menu_ = std::move(menu); }
     std::vector<MenuEntry> menu() const { return menu_ ? menu_() : std::vector<MenuEntry>(); }
@@ -176,6 +179,7 @@ class PanelViewController {
     RemoteClientControl remoteClient_;
     PanelMetrics metrics_;
     bool hasMainWindow_ = false;
+    std::function<void()> close_ = [] {};
     std::function<void()> chooseMusicFolder_;
     std::function<std::vector<MenuEntry>()> menu_;
 

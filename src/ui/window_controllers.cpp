@@ -42,6 +42,7 @@ void WindowControllers::loadWindowControllers() {
     panelController_->setHasMainWindow(main_ != nullptr);
     if (options_.useMusicFolder)
         panelController_->setChooseMusicFolder([this] { chooseMusicFolder(); });
+    panelController_->setClose([this] { closePanelWindow(); });
     panelController_->setMenu([this] { return menu(false); });
     panel_ = face_->makePanelWindow(*panelController_);
     panelController_->setWindow(panel_.get());

@@ -30,6 +30,7 @@ class PanelWindowTest : public testing::Test, protected FaceMachine {
         panel = std::make_unique<PanelViewController>(test.session);
         window = std::make_unique<PanelWindow>(test.session, *panel);
         panel->setWindow(window.get());
+        panel->setClose([this] { window->orderOut(); });
         panel->registerForNotifications();
         window->setArrow(76, false);
     }

@@ -252,7 +252,7 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
 // From within outwards: what was written, what was found, the panel.
 void PanelWindow::dismiss() {
     if (search_->text().isEmpty() && controller_.displayState() == PanelDisplayState::None)
-        return hide();
+        return controller_.close();
     search_->clear();
     controller_.clearSearch();
 }

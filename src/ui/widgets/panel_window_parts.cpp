@@ -54,7 +54,7 @@ void PanelWindow::makeTop() {
     column->addWidget(choose_);
     connect(choose_, &QAbstractButton::clicked, this, [this] {
         if (!standalone_)
-            hide();
+            controller_.close();
         controller_.chooseMusicFolder();
     });
     column->addStretch();
@@ -225,7 +225,7 @@ void PanelWindow::makeShortcuts() {
     addShortcut(Qt::CTRL | Qt::Key_M, [&controls] { controls.toggleMute(); });
     addShortcut(Qt::CTRL | Qt::Key_D, [&controls] { controls.toggleFavorite(); });
     addShortcut(QKeySequence::Find, [this] { selectSearchField(); });
-    addShortcut(Qt::CTRL | Qt::Key_W, [this] { hide(); });
+    addShortcut(Qt::CTRL | Qt::Key_W, [this] { controller_.close(); });
     addShortcut(Qt::CTRL | Qt::Key_Q, [this] {
         if (const auto menu = controller_.menu(); !menu.empty())
             menu.back().action();

@@ -5,6 +5,8 @@
 #include <QContextMenuEvent>
 #include <QPainter>
 
+#include <algorithm>
+
 namespace merlode {
 
 namespace {
@@ -25,11 +27,12 @@ std::vector<Chip> chipsOf(const ResultRow& row, const QRect& rect, Qt::LayoutDir
     const int height = metrics.height() + 4;
     std::vector<Chip> chips;
     int right = rect.right() + 1 - panelsize::kMargin;
-    const auto services = row.services();
-    for (auto service = services.rbegin(); service != services.rend(); ++service) {
-        const int width = metrics.horizontalAdvance(serviceName(*service)) + 2 * kChipPadding;
+    auto services = row.services();
+    std::ranges::reverse(services);
+    for (const auto service : services) {
+        const int width = metrics.horizontalAdvance(serviceName(service)) + 2 * kChipPadding;
         const QRect place(right - width, rect.center().y() - height / 2, width, height);
-        chips.push_back({*service, QStyle::visualRect(direction, rect, place)});
+        chips.push_back({service, QStyle::visualRect(direction, rect, place)});
         right -= width + kChipGap;
     }
     return chips;
