@@ -2,6 +2,7 @@
 #include "appearance/background_scheme_controller.h"
 #include "support/fake_face.h"
 #include "ui/widgets/control_button.h"
+#include "ui/widgets/desktop_palette.h"
 #include "ui/widgets/elided_label.h"
 #include "ui/widgets/panel_window.h"
 #include "ui/widgets/results_list.h"
@@ -272,6 +273,21 @@ TEST_F(PanelWindowTest, TheMouseReachesTheVolumeAndTheServices) {
     at(tracks->viewport(), QEvent::MouseButtonPress, chip);
     at(tracks->viewport(), QEvent::MouseButtonRelease, chip);
     EXPECT_FALSE(player.commands.isEmpty());
+}
+
+TEST_F(PanelWindowTest, MenusAreDarkWhereTheDesktopIs) {
+    const auto usual = QApplication::palette();
+    {
+        const DesktopPalette palette(test.session);
+        EXPECT_EQ(QApplication::palette(), usual);
+        look.scheme = DesktopSettings::ColorScheme::Dark;
+        test.session.distributedCenter().post(notifications::kInterfaceThemeChanged);
+        EXPECT_LT(QApplication::palette().color(QPalette::Window).lightness(), 100);
+        EXPECT_GT(QApplication::palette().color(QPalette::WindowText).lightness(), 200);
+        look.scheme = DesktopSettings::ColorScheme::Light;
+        test.session.distributedCenter().post(notifications::kInterfaceThemeChanged);
+        EXPECT_EQ(QApplication::palette(), usual);
+    }
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 #include "ui/widgets/text_button.h"
 #include "ui/widgets/volume_slider.h"
 
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QPainter>
@@ -23,7 +24,13 @@ namespace merlode {
 namespace {
 
 constexpr int kGrowthMilliseconds = 180;
-constexpr Qt::WindowFlags kDropDown = Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint;
+
+// Wayland gives popups to windows only, and places whatever else there is itself: an undecorated window that
+// goes when it loses the keyboard comes nearest.
+Qt::WindowFlags dropDownFlags() {
+    const bool wayland = QGuiApplication::platformName() == QStringLiteral("wayland");
+    return (wayland ? Qt::Window : Qt::Popup) | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint;
+}
 
 QPixmap magnifier(const QColor& color, double scale) {
     constexpr int kSide = 16;
@@ -41,7 +48,7 @@ QPixmap magnifier(const QColor& color, double scale) {
 } // namespace
 
 PanelWindow::PanelWindow(Session& session, PanelViewController& controller)
-    : QWidget(nullptr, kDropDown),
+    : QWidget(nullptr, dropDownFlags()),
       session_(session),
       controller_(controller),
       desktop_(session.port<DesktopSettings>()) {
@@ -133,7 +140,7 @@ void PanelWindow::setStandalone(bool standalone) {
     standalone_ = standalone;
     setWindowFlags(standalone ? Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                                     Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint
-                              : kDropDown);
+                              : dropDownFlags());
     setAttribute(Qt::WA_TranslucentBackground, !standalone);
     art_->setCornerRadius(standalone ? 0 : panelsize::kCornerRadius);
     controller_.setMetrics(metrics());
@@ -209,6 +216,10 @@ void PanelWindow::hideEvent(QHideEvent* event) {
 
 void PanelWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
+    const bool isDropDownWindow = !standalone_ && windowType() != Qt::Popup;
+    if (event->type() == QEvent::ActivationChange && isDropDownWindow && !isActiveWindow() &&
+        !QApplication::activePopupWidget())
+        hide();
     if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange)
         controller_.setMetrics(metrics());
 }

@@ -1,6 +1,7 @@
 #include "ui/widgets/qt_face.h"
 
 #include "base/session.h"
+#include "ui/widgets/desktop_palette.h"
 #include "ui/widgets/panel_window.h"
 #include "ui/widgets/tray_icon.h"
 
@@ -55,7 +56,7 @@ Screen screenOf(const QScreen& screen) {
 
 class QtFace final : public Face {
   public:
-    explicit QtFace(Session& session) : session_(session) {
+    explicit QtFace(Session& session) : session_(session), palette_(session) {
         registerIcons();
         QApplication::setWindowIcon(QIcon(QPixmap::fromImage(draw(QStringLiteral("merlode"), 128))));
     }
@@ -122,6 +123,7 @@ class QtFace final : public Face {
 
   private:
     Session& session_;
+    DesktopPalette palette_;
     std::map<std::pair<StatusItemViewState, QRgb>, StatusIcon> icons_;
 };
 
