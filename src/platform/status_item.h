@@ -34,7 +34,7 @@ class StatusItem {
   public:
     /// What the user does with the item, and what becomes of it; all through the run loop. Each may be empty.
     struct Events {
-        /// A click; `where` on the screens, in points, where the bar tells.
+        /// A click; `where` on the screens, in their own pixels, where the bar tells.
         std::function<void(std::optional<QPoint> where)> selected;
         /// A click with the middle button.
         std::function<void()> secondarySelected;
