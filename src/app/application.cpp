@@ -292,6 +292,10 @@ std::unique_ptr<WindowsLink> Application::makeWindows() {
             const auto error = useMusicFolders({folder});
             return error ? error->message : QString();
         };
+    options.didBecomeActive = [this] {
+        if (parts_->delegate)
+            parts_->delegate->applicationDidBecomeActive();
+    };
     options.quit = [this] { parts_->session.runLoop().asyncAfter(0, [this] { terminate(); }); };
     auto windows = modules::makeWindows(session, options);
     return windows ? std::move(windows) : std::make_unique<WindowsLink>();

@@ -40,11 +40,13 @@ void NowPlayingControls::toggleMute() {
 }
 
 void NowPlayingControls::setVolume(int volume, SliderEvent event) {
-    if (event == SliderEvent::MouseDown)
-        volumeSliderStartValue_ = player().currentVolume;
-    if (event == SliderEvent::Drag && volume == 0 && volumeSliderStartValue_ > 0)
-        player().oldVolume = volumeSliderStartValue_;
-    player().setVolume(volume);
+    if (event == SliderEvent::MouseDown) {
+        volumeSliderStartValue_ = volume;
+    } else {
+        if (event == SliderEvent::Drag && volume == 0 && volumeSliderStartValue_ > 0)
+            player().oldVolume = volumeSliderStartValue_;
+        player().setVolume(volume);
+    }
     fixFirstResponderStatus_();
 }
 

@@ -138,6 +138,7 @@ void WindowControllers::becomeWindow() {
     QRect frame = panel_->frame();
     frame.moveCenter(face_->mainScreen().visibleFrame.center());
     panel_->setFrame(frame, false);
+    panelController_->setPlace({frame}, face_->mainScreen());
     showPanel();
 }
 
@@ -280,6 +281,7 @@ void WindowControllers::bringForward(Window& window) {
         window.setFrame(frame, false);
     }
     window.makeKeyAndOrderFront();
+    options_.didBecomeActive();
 }
 
 void WindowControllers::showPanel() {
@@ -287,6 +289,7 @@ void WindowControllers::showPanel() {
     placePanel();
     lastActiveWindow_ = panel_.get();
     panel_->makeKeyAndOrderFront();
+    options_.didBecomeActive();
 }
 
 void WindowControllers::openPanel() {

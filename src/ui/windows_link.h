@@ -18,6 +18,8 @@ struct WindowOptions {
     std::function<std::unique_ptr<StatusItem>(StatusItem::Events)> makeStatusItem;
     /// Looks for music in this folder from now on; why that cannot be done, or nothing.
     std::function<QString(const QString& folder)> useMusicFolder;
+    /// One of the windows has come to the front.
+    std::function<void()> didBecomeActive = [] {};
     std::function<void()> quit;
 };
 

@@ -49,6 +49,7 @@ class WindowControllersTest : public testing::Test, protected FaceMachine {
             return made;
         };
         options.quit = [this] { ++quits; };
+        options.didBecomeActive = [this] { ++activations; };
         windows = std::make_unique<WindowControllers>(test.session, std::move(owned), std::move(options));
         windows->makeBackgroundSchemeController();
         windows->setupStatusItem();
@@ -80,7 +81,7 @@ class WindowControllersTest : public testing::Test, protected FaceMachine {
 
     FakeScriptedPlayer& local = desktop.start(iTunes);
     bool windowOnly = false, hasOldBar = false;
-    int quits = 0;
+    int quits = 0, activations = 0;
     FakeFace* face = nullptr;
     FakeStatusItem* item = nullptr;
     std::unique_ptr<WindowControllers> windows;
@@ -95,6 +96,7 @@ TEST_F(WindowControllersTest, AClickOpensThePanelAndTheNextClosesIt) {
     click();
     EXPECT_EQ(seen(), "panel|open");
     EXPECT_EQ(face->panel->place.topLeft(), QPoint(424, 30));
+    EXPECT_EQ(activations, 2) << "the program has come forward twice";
     EXPECT_EQ(windows->lastActiveWindow(), face->panel);
     click();
     EXPECT_EQ(seen(), "|closed");
