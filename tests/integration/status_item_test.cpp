@@ -5,10 +5,12 @@
 #include "support/tray_host.h"
 
 #include <QDBusConnectionInterface>
+#include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
 #include <QTemporaryDir>
 #include <QTextDocument>
+#include <QXmlStreamReader>
 
 #include <limits>
 
@@ -84,11 +86,28 @@ class StatusItemTest : public testing::Test {
         }
         return made;
     }
+    DBusMenuLayout layout(int id, int depth) {
+        const auto reply = ask(kMenu, u"GetLayout"_qs, {id, depth, QStringList()});
+        return qdbus_cast<DBusMenuLayout>(reply.arguments().value(1));
+    }
     QList<int> ids() {
         QList<int> found;
-        const auto reply = ask(kMenu, u"GetLayout"_qs, {0, -1, QStringList()});
-        collect(qdbus_cast<DBusMenuLayout>(reply.arguments().value(1)), found);
+        collect(layout(0, -1), found);
         return found;
+    }
+    /// The entries as they look: with ":1" or ":0" behind those with a tick, and "(...)" what is below them.
+    static QString looks(const DBusMenuLayout& menu) {
+        QStringList entries;
+        for (const auto& child : menu.children) {
+            const auto& has = child.properties;
+            const QString tick = has[u"toggle-type"_qs] == u"checkmark"_qs
+                                     ? u":"_qs + has[u"toggle-state"_qs].toString()
+                                     : QString();
+            const bool opens = has[u"children-display"_qs] == u"submenu"_qs;
+            entries << (has[u"type"_qs] == u"separator"_qs ? u"-"_qs : has[u"label"_qs].toString() + tick) +
+                           (opens ? u"("_qs + looks(child) + u")"_qs : QString());
+        }
+        return entries.join(u' ');
     }
     void collect(const DBusMenuLayout& menu, QList<int>& found) {
         for (const auto& child : menu.children) {
@@ -129,10 +148,22 @@ TEST_F(StatusItemTest, BarsReadWhatIsShownAndHearOnlyOfChanges) {
         all = qdbus_cast<QVariantMap>(ask(kProperties, u"GetAll"_qs, {kItem}).arguments().value(0));
     }
     EXPECT_EQ(bar->heard, (QStringList{u"NewIcon"_qs, u"XAyatanaNewLabel"_qs, u"NewToolTip"_qs}));
+    EXPECT_EQ(bar->said[u"XAyatanaNewLabel"_qs], (QVariantList{u"Song"_qs, u"0000"_qs}));
     EXPECT_EQ(all[u"XAyatanaLabel"_qs], u"Song"_qs);
     EXPECT_EQ(all[u"Menu"_qs].value<QDBusObjectPath>().path(), u"/MenuBar"_qs);
-    for (const auto& name : {u"OverlayIconPixmap"_qs, u"AttentionIconPixmap"_qs, u"IconPixmap"_qs})
-        EXPECT_EQ(all[name].value<QDBusArgument>().currentSignature(), u"a(iiay)"_qs);
+    int announced = 0;
+    for (QXmlStreamReader xml(item->introspect({})); !xml.atEnd(); xml.readNext()) {
+        if (!xml.isStartElement() || xml.name() != u"property")
+            continue;
+        ++announced;
+        const auto name = xml.attributes().value(u"name"_qs).toString();
+        const auto value = all.value(name);
+        const auto type = value.metaType() == QMetaType::fromType<QDBusArgument>()
+                              ? value.value<QDBusArgument>().currentSignature()
+                              : QString::fromLatin1(QDBusMetaType::typeToSignature(value.metaType()));
+        EXPECT_EQ(type, xml.attributes().value(u"type"_qs)) << name.toStdString();
+    }
+    EXPECT_EQ(announced, all.size());
     const auto pictures = qdbus_cast<QList<StatusNotifierPixmap>>(all[u"IconPixmap"_qs]);
     ASSERT_EQ(pictures.size(), 1);
     EXPECT_EQ(pictures[0].bytes.toHex(), "0401020304010203");
@@ -196,6 +227,29 @@ TEST_F(StatusItemTest, AChoiceHasTheEffectThatWasToBeSeen) {
         told.removeAll(u"-"_qs);
         EXPECT_EQ(std::exchange(told, {}).join(u' '), row.chosen) << row.before.toStdString();
     }
+}
+
+TEST_F(StatusItemTest, TheMenuIsDescribedAndItsChangesByThemselves) {
+    auto menu = entries({u"Shuffle"_qs, u"Repeat"_qs, u"-"_qs, u"=More>Deep"_qs});
+    menu[0].checked = true;
+    menu[1].checked = false;
+    item->setMenu(menu);
+    EXPECT_EQ(looks(layout(0, -1)), u"Shuffle:1 Repeat:0 - More(Deep)");
+    EXPECT_EQ(looks(layout(0, 1)), u"Shuffle:1 Repeat:0 - More()");
+    EXPECT_EQ(looks(layout(0, 0)), QString());
+    EXPECT_EQ(looks(layout(ids()[3], -1)), u"Deep");
+    menu[1].checked = true;
+    item->setMenu(menu);
+    const int repeat = ids()[1];
+    const auto changed = qdbus_cast<QList<DBusMenuItem>>(bar->said[u"ItemsPropertiesUpdated"_qs].value(0));
+    ASSERT_EQ(changed.size(), 1);
+    EXPECT_EQ(changed[0].id, repeat);
+    EXPECT_EQ(changed[0].properties[u"toggle-state"_qs], 1);
+    const QList<DBusMenuEvent> both{{repeat + 100, u"clicked"_qs, QDBusVariant(0), 0},
+                                    {repeat, u"clicked"_qs, QDBusVariant(0), 0}};
+    const auto answer = ask(kMenu, u"EventGroup"_qs, {QVariant::fromValue(both)}).arguments().value(0);
+    EXPECT_EQ(qdbus_cast<QList<int>>(answer), QList<int>{repeat + 100});
+    EXPECT_TRUE(tells({u"Repeat"_qs}));
 }
 
 TEST_F(StatusItemTest, AMenuIsUpToDateWhenItOpens) {

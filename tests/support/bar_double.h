@@ -4,6 +4,7 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
+#include <QMap>
 #include <QStringList>
 
 namespace merlode {
@@ -44,11 +45,15 @@ class BarDouble final : public QDBusVirtualObject {
 
     QDBusConnection connection;
     bool hosting = true;
-    QStringList items; ///< by the names that they registered with
-    QStringList heard; ///< the signals of items and menus
+    QStringList items;                ///< by the names that they registered with
+    QStringList heard;                ///< the signals of items and menus
+    QMap<QString, QVariantList> said; ///< by a signal's name, what the last one said
 
   private Q_SLOTS:
-    void hear(const QDBusMessage& signal) { heard << signal.member(); }
+    void hear(const QDBusMessage& signal) {
+        heard << signal.member();
+        said[signal.member()] = signal.arguments();
+    }
 };
 
 } // namespace merlode

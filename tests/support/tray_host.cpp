@@ -15,6 +15,7 @@ namespace merlode {
 namespace {
 
 constexpr int kDeadlineMilliseconds = 10'000;
+constexpr double kStartSeconds = 40; ///< on a machine that has other things to do
 
 // One bar with nothing but its items; with settings of an earlier run it asks no questions.
 constexpr char kSettings[] = R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -56,7 +57,7 @@ TrayHost::TrayHost(PrivateBus& bus, const QString& home)
     bar_.setProcessEnvironment(environment_);
     bar_.setStandardOutputFile(QProcess::nullDevice());
     bar_.start(u"xfce4-panel"_qs, {u"--disable-wm-check"_qs});
-    isUp_ = waitUntil([this] { return takesItems(); });
+    isUp_ = waitUntil([this] { return takesItems(); }, kStartSeconds);
 }
 
 TrayHost::~TrayHost() {

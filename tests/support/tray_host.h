@@ -13,7 +13,7 @@ namespace merlode {
 /// crash.
 class TrayHost {
   public:
-    /// The bar lives on `bus` and keeps its files under `home`. Waits until it takes items, ten seconds at
+    /// The bar lives on `bus` and keeps its files under `home`. Waits until it takes items, forty seconds at
     /// most.
     TrayHost(PrivateBus& bus, const QString& home);
     ~TrayHost();
