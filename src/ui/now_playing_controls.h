@@ -27,8 +27,8 @@ class NowPlayingControls {
     void previous();
     void next();
     void toggleMute();
-    /// A volume from 0 to 100; with `MouseDown` that from which a drag begins, which changes nothing yet. After
-    /// a drag down to 0 the mute button returns there.
+    /// A volume from 0 to 100; with `MouseDown` that from which a drag begins, which changes nothing yet.
+    /// After a drag down to 0 the mute button returns there.
     void setVolume(int volume, SliderEvent event);
     /// Likes the playing track or takes that back, and has every window look at it again.
     void toggleFavorite();
