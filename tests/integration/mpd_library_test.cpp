@@ -68,7 +68,8 @@ TEST(MpdMediaLibrary, IsWhatTheServerHasAndFollowsItsDatabase) {
     server.ask("update");
     EXPECT_TRUE(pumpUntil([&] { return titles() == u"No title|Two"; })) << "it was told";
     server.kill();
-    EXPECT_EQ(scan().state, State::Unreachable);
+    // A look that was under way may still have ended well.
+    EXPECT_TRUE(pumpUntil([&] { return scan().state == State::Unreachable; }));
     library = make();
     EXPECT_EQ(titles(), u"No title|Two"_qs) << "known in the next run too";
     EXPECT_TRUE(library->isFinal());

@@ -2,8 +2,6 @@
 #include "support/tray_host.h"
 #include "ui/widgets/panel_style.h"
 
-#include <QDBusInterface>
-#include <QDBusReply>
 #include <QDir>
 #include <QTemporaryDir>
 
@@ -42,9 +40,9 @@ class TrayTest : public testing::Test {
     static bool wait(const std::function<bool()>& condition) { return waitUntil(condition, kPatience); }
 
     QString status(const QString& key) {
-        QDBusInterface merlode(u"co.vantry.Merlode"_qs, u"/co/vantry/Merlode"_qs, u"co.vantry.Merlode1"_qs,
-                               connection);
-        return QDBusReply<QVariantMap>(merlode.call(u"Status"_qs)).value().value(key).toString();
+        const auto reply =
+            ask(u"co.vantry.Merlode"_qs, u"/co/vantry/Merlode"_qs, u"co.vantry.Merlode1/Status"_qs, {});
+        return qdbus_cast<QVariantMap>(reply.arguments().value(0)).value(key).toString();
     }
     /// What is to be seen below the bar on the bare screen: the panel, or nothing.
     QRect panel() {
