@@ -40,6 +40,9 @@ class PanelWindowTest : public testing::Test, protected FaceMachine {
         window.reset();
     }
 
+    static QString album(const QString& kind) {
+        return kind == kDark ? u"Small Hours"_qs : u"Lanterns over Quillmere"_qs;
+    }
     static QImage cover(const QString& kind) { return paintDemoCover(kind == kDark ? 1 : 3); }
     void play(const QString& name, const QString& artist, const QString& album, const QImage& art) {
         if (desktop.applications[iTunes].process == 0)
@@ -51,7 +54,7 @@ class PanelWindowTest : public testing::Test, protected FaceMachine {
         test.loop.advance(3);
     }
     void playSomething(const QString& kind) {
-        play(u"The Ferryman's Umbrella"_qs, u"The Paper Herons"_qs, kind + u" album"_qs, cover(kind));
+        play(u"The Ferryman's Umbrella"_qs, u"The Paper Herons"_qs, album(kind), cover(kind));
     }
     void searchFor(const QString& term) {
         songs = {{1, u"Lanterns (Reprise)"_qs, u"The Paper Herons"_qs, u"Lanterns over Quillmere"_qs},
@@ -111,7 +114,7 @@ TEST_F(PanelWindowTest, EachStateShowsItsSectionsInTheColoursOfTheCover) {
         show(kind + u"-playing"_qs);
         const int top = window->height();
         EXPECT_EQ(visibleTexts(),
-                  (QStringList{u"The Ferryman's Umbrella"_qs, u"The Paper Herons"_qs, kind + u" album"_qs}));
+                  (QStringList{u"The Ferryman's Umbrella"_qs, u"The Paper Herons"_qs, album(kind)}));
         const auto picture = window->grab().toImage();
         EXPECT_EQ(picture.pixelColor(picture.width() / 8, picture.height() * 3 / 4).rgb(),
                   colors.background.rgb());
