@@ -34,6 +34,8 @@ PortalSettings::PortalSettings(QDBusConnection bus, Session& session)
       session_(session),
       portal_(kPortal, bus_, QDBusServiceWatcher::WatchForRegistration) {
     qDBusRegisterMetaType<Groups>();
+    // The slot's types are looked up by their names, and this one has none until somebody has used it.
+    qRegisterMetaType<QDBusVariant>();
     bus_.connect(kPortal, kPath, kInterface, u"SettingChanged"_qs, this,
                  SLOT(settingChanged(QString, QString, QDBusVariant)));
     connect(&portal_, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(); });
