@@ -6,6 +6,7 @@
 #include "ui/widgets/elided_label.h"
 #include "ui/widgets/panel_window.h"
 #include "ui/widgets/results_list.h"
+#include "ui/widgets/search_field.h"
 #include "ui/widgets/text_button.h"
 #include "ui/widgets/volume_slider.h"
 
@@ -15,6 +16,7 @@
 #include <QMouseEvent>
 #include <QRegularExpression>
 #include <QShortcut>
+#include <QTextDocument>
 
 namespace merlode {
 namespace {
@@ -145,6 +147,10 @@ TEST_F(PanelWindowTest, TextIsReadableOnEveryCover) {
             const auto color = [](const QColor& c) { return Color{c.redF(), c.greenF(), c.blueF()}; };
             return readingContrast(color(one), color(other));
         };
+        const auto prompt =
+            window->findChild<SearchField*>()->palette().color(QPalette::Active, QPalette::PlaceholderText);
+        EXPECT_GT(contrast(prompt, colors.field), 4.4) << number;
+        EXPECT_EQ(prompt.alpha(), 255);
         for (const auto& text : {colors.text, colors.dimText}) {
             for (const auto& ground : {colors.background, colors.field, colors.highlight})
                 EXPECT_GT(contrast(text, ground), 4.4) << number << " " << text.name().toStdString();
@@ -274,8 +280,18 @@ TEST_F(PanelWindowTest, TheMouseReachesTheVolumeAndTheServices) {
     EXPECT_EQ(ResultsDelegate::serviceAt(chip, row, found, Qt::LeftToRight), MusicItemSourceType::iTunes);
     EXPECT_EQ(ResultsDelegate::serviceAt(row.topLeft(), row, found, Qt::LeftToRight), std::nullopt);
     at(tracks->viewport(), QEvent::MouseButtonPress, chip);
+    at(tracks->viewport(), QEvent::MouseButtonRelease, chip + QPoint(0, row.height()));
+    EXPECT_TRUE(player.commands.isEmpty()) << "a click that ends elsewhere is none";
+    at(tracks->viewport(), QEvent::MouseButtonPress, chip);
     at(tracks->viewport(), QEvent::MouseButtonRelease, chip);
     EXPECT_FALSE(player.commands.isEmpty());
+    QTextDocument tip;
+    tip.setHtml(tracks->model()->index(2, 0).data(Qt::ToolTipRole).toString());
+    EXPECT_TRUE(tip.toPlainText().contains(u"Mistral & Sons"_qs)) << tip.toPlainText().toStdString();
+    auto* search = window->findChild<SearchField*>();
+    search->setText(u"lantern"_qs);
+    Q_EMIT search->clearSelected();
+    EXPECT_TRUE(search->text().isEmpty() && panel->displayState() == PanelDisplayState::None);
 }
 
 TEST_F(PanelWindowTest, MenusAreDarkWhereTheDesktopIs) {

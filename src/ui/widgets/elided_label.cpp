@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QStyle>
+#include <QTextDocument>
 #include <QTextLayout>
 
 namespace merlode {
@@ -61,7 +62,7 @@ QStringList ElidedLabel::lines(int width, bool* elided) const {
 
 void ElidedLabel::breakAnew() {
     lines_ = lines(width() - inset(), &elided_);
-    setToolTip(elided_ ? text() : QString());
+    setToolTip(elided_ ? Qt::convertFromPlainText(text()) : QString());
     update();
 }
 

@@ -10,6 +10,7 @@
 #include "ui/widgets/elided_label.h"
 #include "ui/widgets/entry_menu.h"
 #include "ui/widgets/results_list.h"
+#include "ui/widgets/search_field.h"
 #include "ui/widgets/text_button.h"
 #include "ui/widgets/volume_slider.h"
 
@@ -30,19 +31,6 @@ constexpr int kGrowthMilliseconds = 180;
 Qt::WindowFlags dropDownFlags() {
     const bool wayland = QGuiApplication::platformName() == QStringLiteral("wayland");
     return (wayland ? Qt::Window : Qt::Popup) | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint;
-}
-
-QPixmap magnifier(const QColor& color, double scale) {
-    constexpr int kSide = 16;
-    QPixmap picture(QSize(kSide, kSide) * scale);
-    picture.setDevicePixelRatio(scale);
-    picture.fill(Qt::transparent);
-    QPainter painter(&picture);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(color, 1.6, Qt::SolidLine, Qt::RoundCap));
-    painter.drawEllipse(QPointF(7, 7), 4.2, 4.2);
-    painter.drawLine(QPointF(10.2, 10.2), QPointF(13.2, 13.2));
-    return picture;
 }
 
 } // namespace
@@ -264,6 +252,10 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
 void PanelWindow::dismiss() {
     if (search_->text().isEmpty() && controller_.displayState() == PanelDisplayState::None)
         return controller_.close();
+    emptySearch();
+}
+
+void PanelWindow::emptySearch() {
     search_->clear();
     controller_.clearSearch();
 }
@@ -462,15 +454,7 @@ void PanelWindow::colourWidgets() {
         table.list->setColors(colors_);
         table.seeMore->setColors(colors_.dimText, colors_.highlight);
     }
-    QIcon icon;
-    icon.addPixmap(magnifier(colors_.dimText, devicePixelRatioF()), QIcon::Disabled);
-    searchIcon_->setIcon(icon);
-    search_->setStyleSheet(
-        QStringLiteral("QLineEdit { border: 1px solid %1; border-radius: 8px; padding: 5px 9px; "
-                       "background: %2; color: %3; "
-                       "selection-background-color: %3; selection-color: %2; }"
-                       "QLineEdit:focus { border: 2px solid %3; padding: 4px 8px; }")
-            .arg(colors_.line.name(), colors_.field.name(), colors_.text.name()));
+    search_->setColors(colors_);
 }
 
 } // namespace merlode

@@ -6,7 +6,6 @@
 #include "ui/widgets/panel_style.h"
 
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QPainterPath>
 #include <QScrollArea>
@@ -22,6 +21,7 @@ class ControlButton;
 class CrossFade;
 class ElidedLabel;
 class ResultsList;
+class SearchField;
 class TextButton;
 class VolumeSlider;
 
@@ -87,6 +87,7 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     void openMenu(const QPoint& place);
     void enterResults();
     void changeVolume(int difference);
+    void emptySearch();
     void dismiss();
 
     double fadeTime() const;
@@ -119,8 +120,7 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     ControlButton* favorite_ = nullptr;
     ControlButton* mute_ = nullptr;
     VolumeSlider* volume_ = nullptr;
-    QLineEdit* search_ = nullptr;
-    QAction* searchIcon_ = nullptr;
+    SearchField* search_ = nullptr;
     QScrollArea* results_ = nullptr;
     QLabel* loading_ = nullptr;
     ElidedLabel* notice_ = nullptr;

@@ -4,6 +4,7 @@
 #include "ui/widgets/elided_label.h"
 #include "ui/widgets/panel_window.h"
 #include "ui/widgets/results_list.h"
+#include "ui/widgets/search_field.h"
 #include "ui/widgets/text_button.h"
 #include "ui/widgets/volume_slider.h"
 
@@ -122,13 +123,11 @@ void PanelWindow::makeSearch() {
     line->setContentsMargins(0, 0, 0, 8);
     line->setSpacing(4);
     line->addSpacing(panelsize::kMargin);
-    search_ = new QLineEdit(row);
+    search_ = new SearchField(row);
     search_->setPlaceholderText(QStringLiteral("Search all your music"));
     search_->setAccessibleName(QStringLiteral("Search"));
     search_->setMaxLength(1000);
     search_->installEventFilter(this);
-    searchIcon_ = search_->addAction(QIcon(), QLineEdit::LeadingPosition);
-    searchIcon_->setEnabled(false);
     line->addWidget(search_);
     more_ = new TextButton(false, row);
     more_->setFont(panelfont::title());
@@ -140,6 +139,7 @@ void PanelWindow::makeSearch() {
     line->addWidget(more_);
     line->addSpacing(panelsize::kMargin - TextButton::kPadding - 4);
     body_->layout()->addWidget(row);
+    connect(search_, &SearchField::clearSelected, this, [this] { emptySearch(); });
     connect(search_, &QLineEdit::returnPressed, this,
             [this] { controller_.searchFieldAction(search_->text()); });
 }

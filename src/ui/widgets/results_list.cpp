@@ -4,8 +4,10 @@
 
 #include <QContextMenuEvent>
 #include <QPainter>
+#include <QTextDocument>
 
 #include <algorithm>
+#include <utility>
 
 namespace merlode {
 
@@ -67,7 +69,7 @@ QVariant ResultsModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::AccessibleTextRole)
         return shown.spokenText();
     if (role == Qt::ToolTipRole)
-        return QString(shown.spokenText()).toHtmlEscaped();
+        return Qt::convertFromPlainText(shown.spokenText());
     return {};
 }
 
@@ -167,11 +169,17 @@ void ResultsList::playRow(const QModelIndex& index, std::optional<MusicItemSourc
         play_(std::size_t(index.row()), service);
 }
 
+void ResultsList::mousePressEvent(QMouseEvent* event) {
+    pressed_ = indexAt(event->position().toPoint());
+    QListView::mousePressEvent(event);
+}
+
 void ResultsList::mouseReleaseEvent(QMouseEvent* event) {
     QListView::mouseReleaseEvent(event);
     const QPoint place = event->position().toPoint();
     const auto index = indexAt(place);
-    if (event->button() != Qt::LeftButton || !index.isValid())
+    // As with a button: a click that was begun elsewhere, or ends elsewhere, is none.
+    if (event->button() != Qt::LeftButton || !index.isValid() || index != std::exchange(pressed_, {}))
         return;
     playRow(index,
             ResultsDelegate::serviceAt(place, visualRect(index), model_.row(index.row()), layoutDirection()));

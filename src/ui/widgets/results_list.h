@@ -64,6 +64,7 @@ class ResultsList final : public QListView {
     void enter(bool first);
 
   protected:
+    void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
@@ -76,6 +77,7 @@ class ResultsList final : public QListView {
     ResultsModel model_;
     ResultsDelegate delegate_;
     Play play_;
+    QPersistentModelIndex pressed_;
 };
 
 } // namespace merlode

@@ -4,6 +4,7 @@
 
 #include <QPainter>
 #include <QPolygonF>
+#include <QStyle>
 
 namespace merlode {
 
@@ -59,7 +60,9 @@ void TextButton::paintEvent(QPaintEvent*) {
     const QRect room =
         rect().adjusted(kPadding + (mirrored ? arrow : 0), 0, -kPadding - (mirrored ? 0 : arrow), 0);
     painter.setPen(text_);
-    painter.drawText(room, Qt::AlignCenter,
+    // Lines of text that begin where the button's does are in line with it.
+    const auto side = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft);
+    painter.drawText(room, int(side | Qt::AlignVCenter | Qt::AlignAbsolute | Qt::TextSingleLine),
                      fontMetrics().elidedText(text(), Qt::ElideMiddle, room.width() + 1));
     if (opensMenu_) {
         const QPointF middle(mirrored ? kPadding + kArrow / 2.0 : width() - kPadding - kArrow / 2.0 + 2,

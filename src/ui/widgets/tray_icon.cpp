@@ -2,6 +2,7 @@
 
 #include "ui/widgets/entry_menu.h"
 
+#include <QTextDocument>
 #include <QWheelEvent>
 
 namespace merlode {
@@ -40,7 +41,7 @@ void TrayIcon::setIcon(const StatusIcon& icon) {
 }
 
 void TrayIcon::setToolTip(const QString& title, const QString& text) {
-    icon_.setToolTip(text.isEmpty() ? title : title + u'\n' + text);
+    icon_.setToolTip(Qt::convertFromPlainText(text.isEmpty() ? title : title + u'\n' + text));
 }
 
 void TrayIcon::setMenu(std::vector<MenuEntry> entries) {
