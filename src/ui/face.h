@@ -45,12 +45,12 @@ class Face {
     /// Points that a text takes in the bar's font of this size.
     virtual double widthOfString(const QString& text, double fontSize) = 0;
 
-    /// The screen at a place in the screens' own pixels, and that place in points.
+    /// The screen at a place that a bar has told, in the unit that the bar has, and that place in points.
     struct Place {
         QPoint point;
         Screen screen;
     };
-    virtual Place placeOf(const QPoint& pixel) = 0;
+    virtual Place placeOf(const QPoint& told) = 0;
     virtual Screen mainScreen() = 0;
 };
 

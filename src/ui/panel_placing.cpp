@@ -1,9 +1,25 @@
 #include "ui/panel_placing.h"
 
+#include <QLineF>
+
 #include <algorithm>
 #include <cmath>
 
 namespace merlode {
+
+double pixelsPerUnit(const QPoint& told, const QPointF& pointer, double devicePixelRatio, double before) {
+    constexpr double kSame = 24,
+                     kNear = 64; // pixels; an item is about as wide, and some bars tell its corner
+    const auto distance = [&](double unit) { return QLineF(QPointF(told) * unit, pointer).length(); };
+    if (distance(before) <= kSame)
+        return before;
+    double best = before;
+    for (const double unit : {1.0, devicePixelRatio, 2.0, 3.0}) { // bars of GTK have whole scales
+        if (distance(unit) < distance(best))
+            best = unit;
+    }
+    return distance(best) <= kNear ? best : before;
+}
 
 PanelPlace placePanel(const QRect& item, double imageWidth, const QSize& panel, const Screen& screen) {
     PanelPlace place;

@@ -16,6 +16,12 @@ struct PanelPlace {
     double arrow = 0;      ///< from the panel's left edge to the tip of its arrow
 };
 
+/// How many of the screens' pixels one unit is in which a bar tells where it was clicked. Some bars count
+/// pixels, some points of their own scale, some those of this program. At a click the pointer stands on the
+/// item, and so tells them apart; where it stands elsewhere, as after a key, it is as `before`. `pointer` is
+/// in pixels, on a screen that has `devicePixelRatio` of them to a point.
+double pixelsPerUnit(const QPoint& told, const QPointF& pointer, double devicePixelRatio, double before);
+
 /// The place beside the item `item` (`imageWidth` wide without its text) for a panel of this size.
 PanelPlace placePanel(const QRect& item, double imageWidth, const QSize& panel, const Screen& screen);
 

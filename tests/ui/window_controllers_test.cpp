@@ -32,6 +32,26 @@ TEST(PanelPlacingTest, ThePanelHangsAtItsItemAndStaysOnTheScreen) {
     EXPECT_EQ(place.frame, QRect(1000, 130, 340, 120)) << "on its own screen, and no higher than that";
 }
 
+TEST(PanelPlacingTest, ThePointerTellsInWhatABarCounts) {
+    struct Row {
+        QPoint told;
+        QPointF pointer;
+        double scale, before, unit;
+    };
+    const Row rows[] = {
+        {{593, 14}, {1187, 29}, 2, 1, 2},     // points
+        {{1187, 29}, {1187, 29}, 2, 1, 1},    // pixels
+        {{1187, 29}, {1190, 20}, 2, 2, 1},    // another bar
+        {{593, 14}, {1187, 29}, 1.5, 1, 2},   // the bar's scale is not ours
+        {{791, 19}, {1187, 29}, 1.5, 1, 1.5}, // ours is not a whole one
+        {{593, 14}, {40, 700}, 2, 2, 2},      // a key, with the pointer elsewhere
+        {{20, 10}, {38, 20}, 1, 1, 1},        // the hand moves on
+        {{3000, 14}, {-400, 20}, 1, 1, 1},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(pixelsPerUnit(row.told, row.pointer, row.scale, row.before), row.unit) << &row - rows;
+}
+
 class WindowControllersTest : public testing::Test, protected FaceMachine {
   protected:
     void launch(bool hasWindows = true) {

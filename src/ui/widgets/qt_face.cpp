@@ -1,11 +1,13 @@
 #include "ui/widgets/qt_face.h"
 
 #include "base/session.h"
+#include "ui/panel_placing.h"
 #include "ui/widgets/desktop_palette.h"
 #include "ui/widgets/panel_window.h"
 #include "ui/widgets/tray_icon.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QFileDialog>
 #include <QFontMetricsF>
 #include <QPainter>
@@ -106,7 +108,8 @@ class QtFace final : public Face {
     }
 
     // Qt keeps a screen's corner where the desktop has it, and counts from there in points.
-    Place placeOf(const QPoint& pixel) override {
+    Place placeOf(const QPoint& told) override {
+        const QPoint pixel = pixelOf(told);
         for (const auto* screen : QGuiApplication::screens()) {
             const QPoint corner = screen->geometry().topLeft();
             const QRect whole(corner, screen->size() * screen->devicePixelRatio());
@@ -122,8 +125,22 @@ class QtFace final : public Face {
     }
 
   private:
+    QPoint pixelOf(const QPoint& told) {
+        // Elsewhere a program learns of the pointer over its own windows only.
+        const auto* screen = QGuiApplication::platformName() == QStringLiteral("xcb")
+                                 ? QGuiApplication::screenAt(QCursor::pos())
+                                 : nullptr;
+        if (screen) {
+            const double scale = screen->devicePixelRatio();
+            const QPointF corner = screen->geometry().topLeft();
+            unit_ = pixelsPerUnit(told, corner + (QCursor::pos() - corner) * scale, scale, unit_);
+        }
+        return (QPointF(told) * unit_).toPoint();
+    }
+
     Session& session_;
     DesktopPalette palette_;
+    double unit_ = 1; ///< pixels in what the bar counts in
     std::map<std::pair<StatusItemViewState, QRgb>, StatusIcon> icons_;
 };
 
