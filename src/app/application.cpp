@@ -28,6 +28,7 @@
 #include "model/remote_link.h"
 #include "model/service_hosts.h"
 #include "model/signing_http_client.h"
+#include "platform/activation_token.h"
 #include "platform/linux/epoll_network.h"
 #include "platform/linux/freedesktop_notification_center.h"
 #include "platform/linux/log_alerts.h"
@@ -186,9 +187,10 @@ bool Application::becomeTheInstance() {
         parts_->bus.interface()->registerService(service, QDBusConnectionInterface::DontQueueService);
     if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
         return true;
-    auto call =
-        QDBusMessage::createMethodCall(service, QString::fromLatin1(control::kPath),
-                                       QString::fromLatin1(control::kInterface), QStringLiteral("Reopen"));
+    auto call = QDBusMessage::createMethodCall(service, QString::fromLatin1(control::kPath),
+                                               QString::fromLatin1(control::kInterface),
+                                               QStringLiteral("ReopenWithToken"));
+    call.setArguments({qEnvironmentVariable(kActivationTokenVariable)});
     parts_->bus.call(call, QDBus::Block, 2000);
     return false;
 }

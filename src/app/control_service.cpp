@@ -1,6 +1,7 @@
 #include "app/control_service.h"
 
 #include "base/control_interface.h"
+#include "platform/activation_token.h"
 #include "platform/user_defaults.h"
 #include "players/player_controller.h"
 
@@ -312,6 +313,14 @@ QString ControlService::PlayRow(uint row, const QString& service) {
 
 void ControlService::Reopen() {
     answer([this]() -> QVariant {
+        actions_.reopen();
+        return {};
+    });
+}
+
+void ControlService::ReopenWithToken(const QString& token) {
+    answer([this, token]() -> QVariant {
+        keepActivationToken(token);
         actions_.reopen();
         return {};
     });

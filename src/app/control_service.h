@@ -99,6 +99,7 @@ class ControlService final : public QObject, protected QDBusContext {
     QString Serve(bool on);
     QString Rename(const QString& name);
     void Reopen();
+    void ReopenWithToken(const QString& token);
     void Quit();
 
   private:

@@ -31,6 +31,7 @@
 /// | Serve | b: whether other machines may control this one | s: a message for people, may be empty |
 /// | Rename | s: a name for this machine, 63 bytes at most | s: a message for people, may be empty |
 /// | Reopen | | brings the window or panel forward |
+/// | ReopenWithToken | s: the desktop's permission to come forward, as in XDG_ACTIVATION_TOKEN, may be empty | the same |
 /// | Quit | | ends the program |
 ///
 /// The JSON of a search: "term"; "rows", each with "row" (its number, kept until the next search), "kind" ("track",

@@ -1,3 +1,4 @@
+#include "platform/activation_token.h"
 #include "platform/linux/freedesktop_notification_center.h"
 #include "support/private_bus.h"
 #include "support/test_session.h"
@@ -89,13 +90,16 @@ TEST_F(NotificationsTest, OneOfAKindIsReplacedAndAClickIsTheOneClicked) {
     ASSERT_TRUE(shows(daemon, u"Playing 1"_qs) && shows(daemon, u"Favorite 2"_qs));
     EXPECT_EQ(daemon.replaced(), 0u) << "another kind stands beside it";
     ASSERT_TRUE(shows(daemon, u"Playing 3"_qs) && daemon.replaced() == 1);
-    const QString click = u"ActionInvoked"_qs, key = u"default"_qs;
+    const QString click = u"ActionInvoked"_qs, key = u"default"_qs, token = u"ActivationToken"_qs;
     bus.connect().send(said(click, 3u, key)); // somebody else's word
-    for (const auto& signal : {said(click, 77u, key), said(click, 3u, u"other"_qs),
-                               said(u"NotificationClosed"_qs, 3u, 2u), said(click, 2u, key)})
+    for (const auto& signal :
+         {said(click, 77u, key), said(click, 3u, u"other"_qs), said(u"NotificationClosed"_qs, 3u, 2u),
+          said(token, 2u, u"mine"_qs), said(token, 77u, u"another's"_qs), said(click, 2u, key)})
         daemon.connection.send(signal);
     ASSERT_TRUE(wait([&] { return !activated.isEmpty(); }));
     EXPECT_EQ(activated, QStringList{u"Favorite 2"_qs});
+    EXPECT_EQ(qgetenv(kActivationTokenVariable), "mine");
+    qunsetenv(kActivationTokenVariable);
     EXPECT_TRUE(shows(daemon, u"Playing 4"_qs) && daemon.replaced() == 0) << "3 has been closed";
 }
 

@@ -1,3 +1,4 @@
+#include "platform/activation_token.h"
 #include "platform/linux/status_notifier_item.h"
 #include "support/bar_double.h"
 #include "support/private_bus.h"
@@ -181,6 +182,8 @@ TEST_F(StatusItemTest, WhatTheUserDoesIsTold) {
         {u"Activate"_qs, {5, -6}, {u"selected 5 -6"_qs}},
         {u"Activate"_qs, {0, 0}, {u"selected"_qs}},
         {u"Activate"_qs, {u"5"_qs}, {}},
+        {u"ProvideXdgActivationToken"_qs, {u"allowed"_qs}, {}},
+        {u"ProvideXdgActivationToken"_qs, {7}, {}},
         {u"SecondaryActivate"_qs, {1, 1}, {u"second"_qs}},
         {u"XAyatanaSecondaryActivate"_qs, {7u}, {u"second"_qs}},
         {u"Scroll"_qs, {-1, kVertical}, {u"scrolled 1"_qs}},
@@ -197,6 +200,8 @@ TEST_F(StatusItemTest, WhatTheUserDoesIsTold) {
         EXPECT_TRUE(tells(row.expected))
             << row.method.toStdString() << " of " << row.arguments[0].toString().toStdString();
     }
+    EXPECT_EQ(qgetenv(kActivationTokenVariable), "allowed");
+    qunsetenv(kActivationTokenVariable);
 }
 
 TEST_F(StatusItemTest, AChoiceHasTheEffectThatWasToBeSeen) {

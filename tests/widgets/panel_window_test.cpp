@@ -195,6 +195,7 @@ TEST_F(PanelWindowTest, WithNothingToShowItSaysWhatToDo) {
     EXPECT_FALSE(button(u"Play"_qs)->isEnabled());
     EXPECT_FALSE(button(u"Favorite track"_qs)->isEnabled());
     EXPECT_FALSE(child<VolumeSlider>(QString())->isEnabled());
+    EXPECT_EQ(window->minimumHeight(), window->maximumHeight()) << "nobody tears it apart";
 }
 
 TEST_F(PanelWindowTest, TheKeyboardReachesEverything) {
@@ -223,6 +224,13 @@ TEST_F(PanelWindowTest, TheKeyboardReachesEverything) {
             .join(u' ')
             .toStdString(),
         "Previous Pause Next Mute Volume Search Tracks Stations");
+
+    window->setFrame({0, 0, panelsize::kWidth, 300}, false); // on a low screen
+    auto* stations = child<ResultsList>(u"SearchTablePandora"_qs);
+    stations->enter(false);
+    const auto seen = [&stations] { return stations->visibleRegion().boundingRect(); };
+    EXPECT_TRUE(seen().contains(stations->visualRect(stations->currentIndex()))) << "scrolled to";
+    panel->fitWindow(false);
 
     auto& player = *desktop.applications[iTunes].player;
     player.commands.clear();

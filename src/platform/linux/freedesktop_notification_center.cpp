@@ -1,6 +1,7 @@
 #include "platform/linux/freedesktop_notification_center.h"
 
 #include "base/dispatch_queue.h"
+#include "platform/activation_token.h"
 
 #include <QDBusArgument>
 #include <QDBusError>
@@ -94,6 +95,8 @@ void FreedesktopNotificationCenter::subscribe() {
         return;
     connection_.connect({}, kPath, kService, u"NotificationClosed"_qs, this,
                         SLOT(notificationClosed(QDBusMessage)));
+    connection_.connect({}, kPath, kService, u"ActivationToken"_qs, this,
+                        SLOT(activationToken(QDBusMessage)));
     connection_.connect({}, kPath, kService, u"ActionInvoked"_qs, this, SLOT(actionInvoked(QDBusMessage)));
     watcher_.setConnection(connection_);
     watcher_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
@@ -223,6 +226,12 @@ FreedesktopNotificationCenter::Kind* FreedesktopNotificationCenter::kindOnScreen
 void FreedesktopNotificationCenter::notificationClosed(const QDBusMessage& signal) {
     if (auto* kind = kindOnScreen(signal, u"uu"))
         kind->id = 0;
+}
+
+// Comes before the action that it is for.
+void FreedesktopNotificationCenter::activationToken(const QDBusMessage& signal) {
+    if (kindOnScreen(signal, u"us"))
+        keepActivationToken(signal.arguments().at(1).toString());
 }
 
 void FreedesktopNotificationCenter::actionInvoked(const QDBusMessage& signal) {

@@ -60,6 +60,7 @@ class FreedesktopNotificationCenter final : public QObject, public UserNotificat
 
   private Q_SLOTS:
     void notificationClosed(const QDBusMessage& signal);
+    void activationToken(const QDBusMessage& signal);
     void actionInvoked(const QDBusMessage& signal);
     void ownerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
 

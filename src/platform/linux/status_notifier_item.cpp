@@ -1,5 +1,7 @@
 #include "platform/linux/status_notifier_item.h"
 
+#include "platform/activation_token.h"
+
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusError>
@@ -255,6 +257,10 @@ bool StatusNotifierItem::carryOut(const QDBusMessage& message) {
         scroll(message);
         return true;
     }
+    if (called == u"ProvideXdgActivationToken" && signature == u"s") {
+        keepActivationToken(arguments[0].toString());
+        return true;
+    }
     // Bars that ask for the menu so can show what stands under "Menu" themselves.
     return called == u"ContextMenu" && signature == u"ii";
 }
@@ -301,6 +307,7 @@ QString StatusNotifierItem::introspect(const QString&) const {
             u"<method name='%1'><arg type='i' direction='in'/><arg type='i' direction='in'/></method>"_qs.arg(
                 name);
     text += u"<method name='Scroll'><arg type='i' direction='in'/><arg type='s' direction='in'/></method>"
+            "<method name='ProvideXdgActivationToken'><arg type='s' direction='in'/></method>"
             "<method name='XAyatanaSecondaryActivate'><arg type='u' direction='in'/></method>"_qs;
     for (const auto& name : {u"NewTitle"_qs, u"NewIcon"_qs, u"NewToolTip"_qs})
         text += u"<signal name='%1'/>"_qs.arg(name);

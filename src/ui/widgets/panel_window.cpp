@@ -18,7 +18,10 @@
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace merlode {
 
@@ -28,9 +31,12 @@ constexpr int kGrowthMilliseconds = 180;
 
 // Wayland gives popups to windows only, and places whatever else there is itself: an undecorated window that
 // goes when it loses the keyboard comes nearest.
+bool canPlaceItself() {
+    return QGuiApplication::platformName() != QStringLiteral("wayland");
+}
+
 Qt::WindowFlags dropDownFlags() {
-    const bool wayland = QGuiApplication::platformName() == QStringLiteral("wayland");
-    return (wayland ? Qt::Window : Qt::Popup) | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint;
+    return (canPlaceItself() ? Qt::Popup : Qt::Window) | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint;
 }
 
 } // namespace
@@ -61,7 +67,7 @@ PanelWindow::PanelWindow(Session& session, PanelViewController& controller)
     growth_.setDuration(kGrowthMilliseconds);
     growth_.setEasingCurve(QEasingCurve::OutCubic);
     connect(&growth_, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant& value) { setGeometry(value.toRect()); });
+            [this](const QVariant& value) { place(value.toRect()); });
     controller_.setView(this);
     showScheme();
     for (const auto part : {PanelPart::Track, PanelPart::Art, PanelPart::PlayState, PanelPart::Volume,
@@ -69,7 +75,7 @@ PanelWindow::PanelWindow(Session& session, PanelViewController& controller)
         update(part);
     controller_.setMetrics(metrics());
     frame_ = QRect(0, 0, panelsize::kWidth, static_cast<int>(controller_.contentHeight()));
-    setGeometry(frame_);
+    place(frame_);
 }
 
 PanelWindow::~PanelWindow() {
@@ -79,8 +85,7 @@ PanelWindow::~PanelWindow() {
 
 PanelMetrics PanelWindow::metrics() const {
     PanelMetrics metrics;
-    metrics.top = panelsize::kArt + panelsize::kTransport + panelsize::kSearch +
-                  (standalone_ ? 0 : panelsize::kArrowHeight);
+    metrics.top = panelsize::kArt + panelsize::kTransport + panelsize::kSearch + arrowHeight();
     metrics.header = QFontMetrics(panelfont::header()).height() + 8;
     metrics.row = ResultsDelegate::rowHeight();
     metrics.seeMore = tables_[0].seeMore->sizeHint().height();
@@ -98,11 +103,38 @@ void PanelWindow::setFrame(const QRect& frame, bool animate) {
     growth_.stop();
     const QRect from = geometry();
     frame_ = frame;
-    if (!animate || desktop_.reducedMotion())
-        return setGeometry(frame);
+    if (!animate || desktop_.reducedMotion() || windowType() != Qt::Popup) {
+        place(frame);
+        return stayOnScreen();
+    }
     growth_.setStartValue(from);
     growth_.setEndValue(frame);
     growth_.start();
+}
+
+// Where windows are managed, one of no fixed size may be given half of the screen, and would be torn apart.
+void PanelWindow::place(const QRect& frame) {
+    const bool managed = windowType() != Qt::Popup;
+    setMinimumHeight(managed ? frame.height() : 0);
+    setMaximumHeight(managed ? frame.height() : QWIDGETSIZE_MAX);
+    setGeometry(frame);
+}
+
+// Who is not told where a window stands can only have it shown anew: it comes up in the middle, as it does as
+// a rule, and so has room.
+void PanelWindow::stayOnScreen() {
+    const int room = screen()->availableGeometry().height();
+    if (canPlaceItself() || standalone_ || !QWidget::isVisible() ||
+        (room - heightWhenShown_) / 2 + height() <= room)
+        return;
+    isShownAnew_ = true;
+    hide();
+    isShownAnew_ = false;
+    makeKeyAndOrderFront();
+}
+
+int PanelWindow::arrowHeight() const {
+    return standalone_ || !canPlaceItself() ? 0 : panelsize::kArrowHeight;
 }
 
 void PanelWindow::moveEvent(QMoveEvent*) {
@@ -116,6 +148,8 @@ bool PanelWindow::isKey() const {
 
 void PanelWindow::makeKeyAndOrderFront() {
     shapeWindow();
+    heightWhenShown_ = height();
+    hasKeyboard_ = false;
     show();
     raise();
     activateWindow();
@@ -132,6 +166,7 @@ void PanelWindow::setStandalone(bool standalone) {
     setAttribute(Qt::WA_TranslucentBackground, !standalone);
     art_->setCornerRadius(standalone ? 0 : panelsize::kCornerRadius);
     controller_.setMetrics(metrics());
+    place(frame_);
     placeBody();
 }
 
@@ -144,7 +179,7 @@ void PanelWindow::setArrow(double arrow, bool barBelow) {
 }
 
 void PanelWindow::placeBody() {
-    const int arrow = standalone_ ? 0 : panelsize::kArrowHeight;
+    const int arrow = arrowHeight();
     body_->setGeometry(rect().adjusted(0, barBelow_ ? 0 : arrow, 0, barBelow_ ? -arrow : 0));
 }
 
@@ -156,7 +191,7 @@ QPainterPath PanelWindow::outline() const {
     }
     path.addRoundedRect(QRectF(body_->geometry()).adjusted(0.5, 0.5, -0.5, -0.5), panelsize::kCornerRadius,
                         panelsize::kCornerRadius);
-    if (arrow_ < 0)
+    if (arrow_ < 0 || arrowHeight() == 0)
         return path;
     constexpr double kNearest = panelsize::kCornerRadius + panelsize::kArrowHalfWidth;
     const double x = std::clamp(arrow_, kNearest, width() - kNearest);
@@ -194,8 +229,10 @@ void PanelWindow::resizeEvent(QResizeEvent*) {
 
 void PanelWindow::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
+    if (isShownAnew_)
+        return;
     growth_.stop();
-    setGeometry(frame_);
+    place(frame_);
     session_.runLoop().async(
         [&center = session_.notificationCenter(), window = static_cast<const PanelWindowPart*>(this)] {
             center.post(notifications::kWindowDidResignKey, window);
@@ -204,12 +241,18 @@ void PanelWindow::hideEvent(QHideEvent* event) {
 
 void PanelWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    const bool isDropDownWindow = !standalone_ && windowType() != Qt::Popup;
-    if (event->type() == QEvent::ActivationChange && isDropDownWindow && !isActiveWindow() &&
-        !QApplication::activePopupWidget())
-        hide();
+    if (event->type() == QEvent::ActivationChange)
+        followKeyboard();
     if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange)
         controller_.setMetrics(metrics());
+}
+
+// A popup goes by itself.
+void PanelWindow::followKeyboard() {
+    const bool had = std::exchange(hasKeyboard_, isActiveWindow());
+    if (had && !hasKeyboard_ && !standalone_ && windowType() != Qt::Popup &&
+        !QApplication::activePopupWidget())
+        hide();
 }
 
 void PanelWindow::makeFirstResponder() {
@@ -455,6 +498,13 @@ void PanelWindow::colourWidgets() {
         table.seeMore->setColors(colors_.dimText, colors_.highlight);
     }
     search_->setColors(colors_);
+    results_->verticalScrollBar()->setStyleSheet(
+        QStringLiteral("QScrollBar { background: transparent; width: 8px; }"
+                       "QScrollBar::handle { background: %1; border-radius: 3px; margin: 1px; "
+                       "min-height: 24px; }"
+                       "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
+                       "QScrollBar::add-page, QScrollBar::sub-page { background: none; }")
+            .arg(colors_.dimText.name()));
 }
 
 } // namespace merlode

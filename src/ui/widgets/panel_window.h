@@ -91,6 +91,10 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     void dismiss();
 
     double fadeTime() const;
+    void place(const QRect& frame);
+    void stayOnScreen();
+    void followKeyboard();
+    int arrowHeight() const;
     QPainterPath outline() const;
     void placeBody();
     void shapeWindow();
@@ -132,6 +136,9 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     bool standalone_ = false;
     bool barBelow_ = false;
     double arrow_ = -1; ///< no arrow below 0
+    int heightWhenShown_ = 0;
+    bool isShownAnew_ = false;
+    bool hasKeyboard_ = false;
 };
 
 } // namespace merlode

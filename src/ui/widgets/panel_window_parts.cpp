@@ -173,7 +173,9 @@ void PanelWindow::makeResults() {
     results_->setWidget(content);
     results_->viewport()->setAutoFillBackground(false);
     content->setAutoFillBackground(false); // which it was given with its place
-    static_cast<QVBoxLayout*>(body_->layout())->addWidget(results_, 1);
+    auto* parts = static_cast<QVBoxLayout*>(body_->layout());
+    parts->addWidget(results_, 1);
+    parts->addStretch();
 }
 
 PanelWindow::TableView PanelWindow::makeTable(PanelTable table) {
@@ -194,6 +196,10 @@ PanelWindow::TableView PanelWindow::makeTable(PanelTable table) {
         [this, table](std::size_t row, const auto& service) { controller_.playRow(table, row, service); },
         view.section);
     column->addWidget(view.list);
+    connect(view.list, &ResultsList::rowChosen, this, [this, list = view.list](const QRect& place) {
+        const QPoint middle = list->mapTo(results_->widget(), place.center());
+        results_->ensureVisible(middle.x(), middle.y(), 0, place.height());
+    });
     view.seeMore = new TextButton(false, view.section);
     view.seeMore->setText(controller_.kSeeMoreText);
     view.seeMore->setAccessibleName(title + QStringLiteral(", see more"));

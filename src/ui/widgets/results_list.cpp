@@ -169,6 +169,12 @@ void ResultsList::playRow(const QModelIndex& index, std::optional<MusicItemSourc
         play_(std::size_t(index.row()), service);
 }
 
+void ResultsList::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    QListView::currentChanged(current, previous);
+    if (current.isValid())
+        Q_EMIT rowChosen(visualRect(current));
+}
+
 void ResultsList::mousePressEvent(QMouseEvent* event) {
     pressed_ = indexAt(event->position().toPoint());
     QListView::mousePressEvent(event);

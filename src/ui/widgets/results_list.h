@@ -63,7 +63,12 @@ class ResultsList final : public QListView {
     /// Chooses the first row, or the last, and takes the keyboard.
     void enter(bool first);
 
+  Q_SIGNALS:
+    /// A row was chosen by a key or the mouse; it stands at `place` in the list.
+    void rowChosen(const QRect& place);
+
   protected:
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
