@@ -1,9 +1,30 @@
 #include "ui/widgets/entry_menu.h"
 
+#include <QApplication>
+
 namespace merlode {
+
+namespace {
+
+// What a menu merely tells is written in the colour of what cannot be chosen, which some styles all but hide.
+void makeDisabledReadable(QMenu& menu) {
+    constexpr float kShare = 0.4F; // of the background
+    QPalette palette = QApplication::palette();
+    const QColor text = palette.color(QPalette::Text), ground = palette.color(QPalette::Window);
+    const auto mixed = [](float one, float other) { return one + (other - one) * kShare; };
+    const QColor faint =
+        QColor::fromRgbF(mixed(text.redF(), ground.redF()), mixed(text.greenF(), ground.greenF()),
+                         mixed(text.blueF(), ground.blueF()));
+    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, faint);
+    menu.setPalette(palette);
+}
+
+} // namespace
 
 void fillMenu(QMenu& menu, const std::vector<MenuEntry>& entries) {
     menu.clear();
+    makeDisabledReadable(menu);
     for (const auto& entry : entries) {
         if (entry.isSeparator()) {
             menu.addSeparator();

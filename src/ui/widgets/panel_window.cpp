@@ -20,6 +20,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <utility>
 
@@ -28,6 +29,7 @@ namespace merlode {
 namespace {
 
 constexpr int kGrowthMilliseconds = 180;
+constexpr double kFocusPause = 0.1; // seconds in which nobody has the keyboard between a menu and its panel
 
 // Wayland gives popups to windows only, and places whatever else there is itself: an undecorated window that
 // goes when it loses the keyboard comes nearest.
@@ -68,6 +70,7 @@ PanelWindow::PanelWindow(Session& session, PanelViewController& controller)
     growth_.setEasingCurve(QEasingCurve::OutCubic);
     connect(&growth_, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& value) { place(value.toRect()); });
+    connect(qApp, &QGuiApplication::focusWindowChanged, this, [this] { followKeyboard(); });
     controller_.setView(this);
     showScheme();
     for (const auto part : {PanelPart::Track, PanelPart::Art, PanelPart::PlayState, PanelPart::Volume,
@@ -143,13 +146,13 @@ void PanelWindow::moveEvent(QMoveEvent*) {
 }
 
 bool PanelWindow::isKey() const {
-    return QWidget::isVisible() && (isActiveWindow() || windowType() == Qt::Popup);
+    return QWidget::isVisible() && (windowType() == Qt::Popup || hasKeyboard());
 }
 
 void PanelWindow::makeKeyAndOrderFront() {
     shapeWindow();
     heightWhenShown_ = height();
-    hasKeyboard_ = false;
+    hadKeyboard_ = false;
     show();
     raise();
     activateWindow();
@@ -241,18 +244,25 @@ void PanelWindow::hideEvent(QHideEvent* event) {
 
 void PanelWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange)
-        followKeyboard();
     if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange)
         controller_.setMetrics(metrics());
 }
 
+// In itself or in one of its menus.
+bool PanelWindow::hasKeyboard() const {
+    const auto* focus = QGuiApplication::focusWindow();
+    return focus && (focus == windowHandle() || windowHandle()->isAncestorOf(focus));
+}
+
 // A popup goes by itself.
 void PanelWindow::followKeyboard() {
-    const bool had = std::exchange(hasKeyboard_, isActiveWindow());
-    if (had && !hasKeyboard_ && !standalone_ && windowType() != Qt::Popup &&
-        !QApplication::activePopupWidget())
-        hide();
+    focusTimer_.invalidate();
+    if (!QWidget::isVisible() || standalone_ || windowType() == Qt::Popup)
+        return;
+    focusTimer_ = session_.runLoop().after(kFocusPause, [this] {
+        if (std::exchange(hadKeyboard_, hasKeyboard()) && !hadKeyboard_)
+            hide();
+    });
 }
 
 void PanelWindow::makeFirstResponder() {

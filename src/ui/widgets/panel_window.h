@@ -93,6 +93,7 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     double fadeTime() const;
     void place(const QRect& frame);
     void stayOnScreen();
+    bool hasKeyboard() const;
     void followKeyboard();
     int arrowHeight() const;
     QPainterPath outline() const;
@@ -138,7 +139,8 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     double arrow_ = -1; ///< no arrow below 0
     int heightWhenShown_ = 0;
     bool isShownAnew_ = false;
-    bool hasKeyboard_ = false;
+    bool hadKeyboard_ = false; ///< since it was shown
+    Timer focusTimer_;
 };
 
 } // namespace merlode
