@@ -12,6 +12,7 @@
 #include "ui/links.h"
 
 #include <cmath>
+#include <utility>
 
 namespace merlode {
 
@@ -71,6 +72,10 @@ void PanelViewController::registerForNotifications() {
     const auto observe = [&](NotificationName name, NotificationCenter::Handler handler) {
         observations_.push_back(center.addObserver(name, std::move(handler)));
     };
+    observe(kNewTrackInfoAvailable, [this](const auto&) {
+        if (const auto spoken = spokenTrack(); spoken != std::exchange(saidTrack_, spoken))
+            announce(spoken);
+    });
     observe(kSearchControllerClearResults, [this](const auto&) { clearSearchResults(); });
     observe(kSearchControllerFinished, [this](const auto&) { searchFinished(); });
     observe(kSelectPanelSearchField, [this](const auto&) {
@@ -85,6 +90,11 @@ void PanelViewController::registerForNotifications() {
 void PanelViewController::tell(PanelPart part) {
     if (view_)
         view_->update(part);
+}
+
+void PanelViewController::announce(const QString& text) {
+    if (view_)
+        view_->announce(text);
 }
 
 void PanelViewController::setMetrics(const PanelMetrics& metrics) {
@@ -116,11 +126,13 @@ void PanelViewController::searchFieldAction(const QString& text) {
 void PanelViewController::showMessage(const QString& text) {
     message_ = text;
     updatePanelDisplayState(state_);
+    announce(text);
 }
 
 void PanelViewController::showSearchDisplay() {
     message_.clear();
     updatePanelDisplayState(PanelDisplayState::Loading);
+    announce(loadingLabel_);
 }
 
 void PanelViewController::searchFinished() {
@@ -135,6 +147,28 @@ void PanelViewController::searchFinished() {
                        !search.topSearchPandora().empty();
     updatePanelDisplayState(found ? PanelDisplayState::Results : PanelDisplayState::NoResults);
     tell(PanelPart::Results);
+    announce(found ? spokenResults() : loadingLabel_);
+}
+
+// Who hears the panel does not see it grow.
+QString PanelViewController::spokenResults() const {
+    QStringList parts;
+    for (std::size_t table = 0; table < kPanelTables; ++table) {
+        const auto count = rows_[table].size();
+        QString kind = title(static_cast<PanelTable>(table)).toLower();
+        if (count == 1)
+            kind.chop(1);
+        if (count > 0)
+            parts << QStringLiteral("%1 %2").arg(count).arg(kind);
+    }
+    if (!notice().isEmpty())
+        parts << notice();
+    return parts.join(QStringLiteral(", "));
+}
+
+void PanelViewController::opened() {
+    saidTrack_ = spokenTrack();
+    announce(saidTrack_);
 }
 
 void PanelViewController::clearSearchResults() {
@@ -288,6 +322,14 @@ const Image& PanelViewController::albumArt() const {
 
 bool PanelViewController::hasAlbumArt() const {
     return albumArt() != sSharedAlbumArtworkImage();
+}
+
+QString PanelViewController::spokenTrack() const {
+    QStringList parts{controls_.trackName(), controls_.artistName(), controls_.albumName()};
+    if (!emptyTitle().isEmpty())
+        parts = {emptyTitle(), emptyText()};
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral(", "));
 }
 
 QString PanelViewController::emptyTitle() const {

@@ -41,6 +41,8 @@ class PanelView {
     virtual void selectSearchField() = 0;
     /// Takes the keyboard out of whatever has it, into the panel itself.
     virtual void makeFirstResponder() = 0;
+    /// Has a screen reader say a text, if the panel is to be seen.
+    virtual void announce(const QString& text) = 0;
     /// Points from the panel's left edge to the tip of its arrow, and on which edge that is.
     virtual void setArrow(double arrow, bool barBelow) = 0;
 };
@@ -111,6 +113,8 @@ class PanelViewController {
     void selectedTopPandoraButton();
     /// Empties the search field and takes the results away.
     void clearSearch();
+    /// The panel has come up.
+    void opened();
     /// Takes the panel off the screen, as the user wants by a key.
     void close() { close_(); }
     void setClose(std::function<void()> close) { close_ = std::move(close); }
@@ -162,6 +166,9 @@ class PanelViewController {
     void clearSearchResults();
     void updateTriangleConstraint(const QVariantMap& userInfo);
     bool libraryIsEmpty() const;
+    QString spokenTrack() const;
+    QString spokenResults() const;
+    void announce(const QString& text);
     void showPanelOnly();
     void showLoadingView();
     void showResultsView();
@@ -190,6 +197,7 @@ class PanelViewController {
     QString message_;
     QString notice_;
     QString searchText_;
+    QString saidTrack_; ///< what a screen reader was told last of what plays
     bool barBelow_ = false;
     std::optional<Screen> screen_;
     std::vector<Observation> observations_;

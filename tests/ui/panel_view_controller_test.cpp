@@ -22,6 +22,7 @@ class PanelViewControllerTest : public testing::Test, protected FaceMachine, pro
     void update(PanelPart part) override { updates.insert(part); }
     void selectSearchField() override { ++selections; }
     void makeFirstResponder() override { ++repairs; }
+    void announce(const QString& text) override { said << text; }
     void setArrow(double place, bool) override { arrow = place; }
 
     void post(NotificationName name) { test.session.notificationCenter().post(name); }
@@ -36,6 +37,7 @@ class PanelViewControllerTest : public testing::Test, protected FaceMachine, pro
     std::set<PanelPart> updates;
     int selections = 0, repairs = 0;
     double arrow = 0;
+    QStringList said;
     FakeWindow window;
     PanelViewController panel{test.session};
 };
@@ -73,6 +75,10 @@ TEST_F(PanelViewControllerTest, GrowsDownwardForWhatIsFoundAndShrinksAgain) {
     panel.clearSearch();
     EXPECT_EQ(panel.displayState(), PanelDisplayState::None);
     EXPECT_EQ(window.place, QRect(100, 30, 340, 200));
+
+    EXPECT_EQ(said.join(u'|').toStdString(),
+              "Kite, Herons, Lanterns|Loading|2 tracks, 1 station, Spotify gave nothing: it did not answer"
+              "|Loading|No Results Found");
 
     panel.setPlace({window.place, true, 0, 76}, {{0, 0, 1000, 800}, {0, 0, 1000, 230}});
     panel.updatePanelDisplayState(PanelDisplayState::Loading);
@@ -114,6 +120,10 @@ TEST_F(PanelViewControllerTest, EachNotificationUpdatesItsPart) {
     }
     post(kSelectPanelSearchField);
     EXPECT_EQ(selections, 1);
+    said.clear();
+    panel.opened();
+    post(kNewTrackInfoAvailable);
+    EXPECT_EQ(said, QStringList{u"Kite, Herons, Lanterns"_qs}) << "once, until it changes";
     test.session.notificationCenter().post(kUpdateTriangleConstraint, nullptr,
                                            {{u"offset"_qs, 12.0}, {u"arrow"_qs, 88.0}});
     EXPECT_EQ(arrow, 88);

@@ -1,6 +1,7 @@
 #include "app/demo/demo_cover.h"
 #include "appearance/background_scheme_controller.h"
 #include "support/fake_face.h"
+#include "ui/widgets/accessibility.h"
 #include "ui/widgets/control_button.h"
 #include "ui/widgets/desktop_palette.h"
 #include "ui/widgets/elided_label.h"
@@ -218,6 +219,15 @@ TEST_F(PanelWindowTest, TheKeyboardReachesEverything) {
     ASSERT_TRUE(interface);
     EXPECT_EQ(interface->role(), QAccessible::Button);
     EXPECT_EQ(interface->text(QAccessible::Name), u"Pause");
+    const auto* program = QAccessible::queryAccessibleInterface(qApp);
+    ASSERT_GT(program->childCount(), 0);
+    const auto* screenReaders = program->child(program->childCount() - 1);
+    ASSERT_TRUE(screenReaders);
+    EXPECT_EQ(screenReaders->object(), window.get()) << "though it is a popup";
+    EXPECT_EQ(program->indexOfChild(screenReaders), program->childCount() - 1);
+    const auto* announcer = QAccessible::queryAccessibleInterface(window->findChild<Announcer*>());
+    EXPECT_EQ(announcer->role(), QAccessible::Notification);
+    EXPECT_TRUE(announcer->text(QAccessible::Name).startsWith(u"The Ferryman's Umbrella"_qs));
     EXPECT_FALSE(order.contains(QString())) << "everything has a name: " << order.join(u',').toStdString();
     EXPECT_EQ(
         order.filter(QRegularExpression(u"^(Previous|Pause|Next|Mute|Volume|Search|Tracks|Stations)$"_qs))

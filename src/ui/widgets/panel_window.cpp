@@ -3,6 +3,7 @@
 #include "appearance/background_scheme_controller.h"
 #include "base/notification_names.h"
 #include "base/session.h"
+#include "ui/widgets/accessibility.h"
 #include "ui/widgets/art_view.h"
 #include "ui/widgets/compositing.h"
 #include "ui/widgets/control_button.h"
@@ -66,6 +67,7 @@ PanelWindow::PanelWindow(Session& session, PanelViewController& controller)
     hostMenu_ = new QMenu(this);
     menu_ = new QMenu(this);
     fade_ = new CrossFade(this);
+    announcer_ = new Announcer(this);
     growth_.setDuration(kGrowthMilliseconds);
     growth_.setEasingCurve(QEasingCurve::OutCubic);
     connect(&growth_, &QVariantAnimation::valueChanged, this,
@@ -132,8 +134,8 @@ void PanelWindow::stayOnScreen() {
         return;
     isShownAnew_ = true;
     hide();
-    isShownAnew_ = false;
     makeKeyAndOrderFront();
+    isShownAnew_ = false;
 }
 
 int PanelWindow::arrowHeight() const {
@@ -157,6 +159,8 @@ void PanelWindow::makeKeyAndOrderFront() {
     raise();
     activateWindow();
     setFocus(Qt::PopupFocusReason);
+    if (!isShownAnew_)
+        controller_.opened();
 }
 
 void PanelWindow::setStandalone(bool standalone) {
@@ -269,6 +273,10 @@ void PanelWindow::makeFirstResponder() {
     // Somebody who works with the keyboard stays at the control that was used.
     if (search_->hasFocus())
         setFocus(Qt::OtherFocusReason);
+}
+
+void PanelWindow::announce(const QString& text) {
+    announcer_->announce(text);
 }
 
 void PanelWindow::selectSearchField() {

@@ -16,6 +16,7 @@
 
 namespace merlode {
 
+class Announcer;
 class ArtView;
 class ControlButton;
 class CrossFade;
@@ -44,6 +45,7 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     void update(PanelPart part) override;
     void selectSearchField() override;
     void makeFirstResponder() override;
+    void announce(const QString& text) override;
     void setArrow(double arrow, bool barBelow) override;
 
   protected:
@@ -131,6 +133,7 @@ class PanelWindow final : public QWidget, public PanelWindowPart, public PanelVi
     ElidedLabel* notice_ = nullptr;
     std::array<TableView, kPanelTables> tables_;
     CrossFade* fade_ = nullptr;
+    Announcer* announcer_ = nullptr;
 
     QVariantAnimation growth_;
     QRect frame_; ///< where the window is or is on its way to

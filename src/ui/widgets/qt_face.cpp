@@ -2,6 +2,7 @@
 
 #include "base/session.h"
 #include "ui/panel_placing.h"
+#include "ui/widgets/accessibility.h"
 #include "ui/widgets/desktop_palette.h"
 #include "ui/widgets/panel_window.h"
 #include "ui/widgets/tray_icon.h"
@@ -60,6 +61,7 @@ class QtFace final : public Face {
   public:
     explicit QtFace(Session& session) : session_(session), palette_(session) {
         registerIcons();
+        installAccessibility();
         QApplication::setWindowIcon(QIcon(QPixmap::fromImage(draw(QStringLiteral("merlode"), 128))));
     }
 

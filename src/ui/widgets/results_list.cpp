@@ -2,6 +2,7 @@
 
 #include "ui/widgets/entry_menu.h"
 
+#include <QAccessible>
 #include <QContextMenuEvent>
 #include <QPainter>
 #include <QTextDocument>
@@ -162,6 +163,18 @@ void ResultsList::focusInEvent(QFocusEvent* event) {
     QListView::focusInEvent(event);
     if (!currentIndex().isValid())
         setCurrentIndex(model_.index(0));
+    // Qt tells screen readers of the row first and then of the list, which is what they say.
+    if (QAccessible::isActive())
+        QMetaObject::invokeMethod(
+            this, [this] { tellRow(); }, Qt::QueuedConnection);
+}
+
+void ResultsList::tellRow() {
+    if (!hasFocus() || !currentIndex().isValid())
+        return;
+    QAccessibleEvent event(this, QAccessible::Focus);
+    event.setChild(currentIndex().row());
+    QAccessible::updateAccessibility(&event);
 }
 
 void ResultsList::playRow(const QModelIndex& index, std::optional<MusicItemSourceType> service) {

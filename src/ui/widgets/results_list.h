@@ -77,6 +77,7 @@ class ResultsList final : public QListView {
 
   private:
     void leave(bool down);
+    void tellRow();
     void playRow(const QModelIndex& index, std::optional<MusicItemSourceType> service);
 
     ResultsModel model_;

@@ -20,10 +20,12 @@ class SearchField final : public QLineEdit {
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
   private:
+    void makeRoomForMagnifier();
+
     PanelColors colors_;
-    QAction* magnifier_;
     QAction* cross_;
 };
 
