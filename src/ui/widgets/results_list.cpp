@@ -147,6 +147,8 @@ ResultsList::ResultsList(const PanelTableIdentifiers& identifiers, const QString
     setUniformItemSizes(true);
     viewport()->setAutoFillBackground(false);
     setAutoFillBackground(false);
+    tell_.setSingleShot(true);
+    connect(&tell_, &QTimer::timeout, this, &ResultsList::tellRow);
 }
 
 void ResultsList::setColors(const PanelColors& colors) {
@@ -165,8 +167,7 @@ void ResultsList::focusInEvent(QFocusEvent* event) {
         setCurrentIndex(model_.index(0));
     // Qt tells screen readers of the row first and then of the list, which is what they say.
     if (QAccessible::isActive())
-        QMetaObject::invokeMethod(
-            this, [this] { tellRow(); }, Qt::QueuedConnection);
+        tell_.start();
 }
 
 void ResultsList::tellRow() {

@@ -6,6 +6,7 @@
 #include <QAbstractListModel>
 #include <QListView>
 #include <QStyledItemDelegate>
+#include <QTimer>
 
 #include <functional>
 #include <optional>
@@ -84,6 +85,7 @@ class ResultsList final : public QListView {
     ResultsDelegate delegate_;
     Play play_;
     QPersistentModelIndex pressed_;
+    QTimer tell_; ///< runs out at once
 };
 
 } // namespace merlode
