@@ -8,8 +8,8 @@
 namespace merlode {
 
 double pixelsPerUnit(const QPoint& told, const QPointF& pointer, double devicePixelRatio, double before) {
-    constexpr double kSame = 24,
-                     kNear = 64; // pixels; an item is about as wide, and some bars tell its corner
+    // Pixels. An item is about as wide, and some bars tell its corner.
+    constexpr double kSame = 24, kNear = 64;
     const auto distance = [&](double unit) { return QLineF(QPointF(told) * unit, pointer).length(); };
     if (distance(before) <= kSame)
         return before;

@@ -154,7 +154,6 @@ bool PanelWindow::isKey() const {
 void PanelWindow::makeKeyAndOrderFront() {
     shapeWindow();
     heightWhenShown_ = height();
-    hadKeyboard_ = false;
     show();
     raise();
     activateWindow();
@@ -236,6 +235,7 @@ void PanelWindow::resizeEvent(QResizeEvent*) {
 
 void PanelWindow::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
+    hadKeyboard_ = false;
     if (isShownAnew_)
         return;
     growth_.stop();
@@ -255,7 +255,8 @@ void PanelWindow::changeEvent(QEvent* event) {
 // In itself or in one of its menus.
 bool PanelWindow::hasKeyboard() const {
     const auto* focus = QGuiApplication::focusWindow();
-    return focus && (focus == windowHandle() || windowHandle()->isAncestorOf(focus));
+    const auto* own = windowHandle();
+    return focus && own && (focus == own || own->isAncestorOf(focus));
 }
 
 // A popup goes by itself.
