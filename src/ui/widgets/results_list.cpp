@@ -185,7 +185,7 @@ void ResultsList::playRow(const QModelIndex& index, std::optional<MusicItemSourc
 
 void ResultsList::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     QListView::currentChanged(current, previous);
-    if (current.isValid())
+    if (current.isValid() && !pressed_.isValid()) // what is under the pointer stays there
         Q_EMIT rowChosen(visualRect(current));
 }
 
@@ -196,10 +196,11 @@ void ResultsList::mousePressEvent(QMouseEvent* event) {
 
 void ResultsList::mouseReleaseEvent(QMouseEvent* event) {
     QListView::mouseReleaseEvent(event);
+    const QPersistentModelIndex pressed = std::exchange(pressed_, {});
     const QPoint place = event->position().toPoint();
     const auto index = indexAt(place);
     // As with a button: a click that was begun elsewhere, or ends elsewhere, is none.
-    if (event->button() != Qt::LeftButton || !index.isValid() || index != std::exchange(pressed_, {}))
+    if (event->button() != Qt::LeftButton || !index.isValid() || index != pressed)
         return;
     playRow(index,
             ResultsDelegate::serviceAt(place, visualRect(index), model_.row(index.row()), layoutDirection()));

@@ -65,7 +65,7 @@ class ResultsList final : public QListView {
     void enter(bool first);
 
   Q_SIGNALS:
-    /// A row was chosen by a key or the mouse; it stands at `place` in the list.
+    /// A row was chosen by a key; it stands at `place` in the list.
     void rowChosen(const QRect& place);
 
   protected:
