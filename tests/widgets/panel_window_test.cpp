@@ -263,8 +263,10 @@ TEST_F(PanelWindowTest, TheKeyboardReachesEverything) {
             Q_EMIT shortcut->activated();
     }
     EXPECT_EQ(quits, 1);
-    press(window.get(), Qt::Key_Escape);
+    tracks->enter(true);
+    press(tracks, Qt::Key_Escape);
     EXPECT_EQ(panel->displayState(), PanelDisplayState::None) << "first what was found goes";
+    EXPECT_EQ(window->focusWidget(), window.get());
     EXPECT_TRUE(window->isKey());
     press(window.get(), Qt::Key_Escape);
     EXPECT_FALSE(window->isKey()) << "then the panel";

@@ -311,6 +311,8 @@ void PanelWindow::dismiss() {
 }
 
 void PanelWindow::emptySearch() {
+    if (results_->isAncestorOf(focusWidget()))
+        setFocus(Qt::OtherFocusReason); // else whatever comes next takes the keyboard
     search_->clear();
     controller_.clearSearch();
 }
